@@ -1,0 +1,57 @@
+// draw: the basic frame state of the OpenGL renderer (see draw.h).
+#include "draw.h"
+
+#include <GL/gl.h>
+
+#include "lum.h"
+#include "wrapper.h"
+
+//----------------------------------------------------------------------------------
+// Constants
+//----------------------------------------------------------------------------------
+constexpr double DRAW_NEAR = -100.0;  // depth range of the orthographic projection
+constexpr double DRAW_FAR = 100.0;
+
+//----------------------------------------------------------------------------------
+// Public functions
+//----------------------------------------------------------------------------------
+void draw_clear(float r, float g, float b)
+{
+    draw_clear_ex(r, g, b, 0.0f);
+}
+
+void draw_clear_ex(float r, float g, float b, float a)
+{
+    glClearColor(r, g, b, a);
+    glClear(GL_COLOR_BUFFER_BIT | GL_DEPTH_BUFFER_BIT);
+}
+
+// Set up the frame state for a new video mode: screen pixels with the origin at the top left,
+// client vertex arrays and alpha blending on. The red clear marks a frame nobody has drawn.
+void draw_reset()
+{
+    int w = wrapper_display_w();
+    int h = wrapper_display_h();
+    glDisable(GL_CULL_FACE);
+    glDisable(GL_DEPTH_TEST);
+    glMatrixMode(GL_PROJECTION);
+    glLoadIdentity();
+    glOrtho(0.0, w, h, 0.0, DRAW_NEAR, DRAW_FAR);
+    glMatrixMode(GL_MODELVIEW);
+    glLoadIdentity();
+    draw_clear(1.0f, 0.0f, 0.0f);
+    glEnableClientState(GL_VERTEX_ARRAY);
+    glEnableClientState(GL_TEXTURE_COORD_ARRAY);
+    glEnableClientState(GL_COLOR_ARRAY);
+    glEnable(GL_TEXTURE_2D);
+    glEnable(GL_BLEND);
+    glBlendFunc(GL_SRC_ALPHA, GL_ONE_MINUS_SRC_ALPHA);
+    glViewport(0, 0, w, h);
+    lum_logf("draw: reset (%d x %d)\n", w, h);
+}
+
+// End the frame and swap the buffers
+void draw_flip()
+{
+    wrapper_flip_screen();
+}

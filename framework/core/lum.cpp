@@ -1,0 +1,320 @@
+// lum: the framework's runtime and main loop (see lum.h).
+//
+// Index of this file:
+// [SECTION] Module state
+// [SECTION] Logging
+// [SECTION] Boot screen
+// [SECTION] Start-up and shut-down
+// [SECTION] Main loop
+// [SECTION] Accessors
+#include "lum.h"
+
+#include <cstdarg>
+#include <cstdio>
+#include <ctime>
+
+#include "draw.h"
+#include "input.h"
+#include "rnd.h"
+#include "sine.h"
+#include "turtle.h"
+#include "wrapper.h"
+
+//----------------------------------------------------------------------------------
+// [SECTION] Module state
+//----------------------------------------------------------------------------------
+LUM_SETTINGS lum_settings;
+uint32_t lum_ticks = 0;
+
+static int logic_rate = LUM_DEFAULT_RATE;
+static uint32_t time_ticks = 0;    // platform tick count at logic_rate when the rate was last set
+static uint32_t logic_ticks = 0;   // the tick up to which logic has run
+static double start_seconds = 0.0; // platform seconds at the end of start-up
+static int fps_ = 0;
+static int paused_ = 0;
+static int render_disabled_ = 0;
+static int quit_ = 0;
+static int is_init_ = 0;
+static const char *appname_ = nullptr;
+
+//----------------------------------------------------------------------------------
+// [SECTION] Logging
+//----------------------------------------------------------------------------------
+static void log_prefix()
+{
+    std::printf("[lum %.2fs (%u)] ", lum_seconds(), static_cast<unsigned>(lum_ticks));
+}
+
+void lum_log(const char *text)
+{
+    log_prefix();
+    std::printf("%s\n", text);
+    std::fflush(stdout);
+}
+
+void lum_logf(const char *format, ...)
+{
+    log_prefix();
+    va_list args;
+    va_start(args, format);
+    std::vprintf(format, args);
+    va_end(args);
+    std::fflush(stdout);
+}
+
+//----------------------------------------------------------------------------------
+// [SECTION] Boot screen
+//----------------------------------------------------------------------------------
+constexpr double BOOT_GROWL1_AT = 0.5;     // seconds after start-up: first growl
+constexpr double BOOT_GROWL2_AT = 3.0;     // second growl
+constexpr double BOOT_GROWL1_HZ = 32.704;  // C1
+constexpr double BOOT_GROWL2_HZ = 30.868;  // B0
+constexpr double BOOT_PULSE_DEG = 180.0;   // degrees per second of the background pulse: one beat in 2 s
+
+static int boot_step = 0;
+
+// Placeholder until the effect slots exist: the growl effect is started here at the given
+// frequency; for now the boot screen is silent.
+static void boot_growl(double freq)
+{
+    (void)freq;
+}
+
+// Two growls, at 0.5 s and at 3 s after start-up
+static void boot_update()
+{
+    if (boot_step == 0 && lum_seconds() >= BOOT_GROWL1_AT) {
+        boot_growl(BOOT_GROWL1_HZ);
+        boot_step = 1;
+    } else if (boot_step == 1 && lum_seconds() >= BOOT_GROWL2_AT) {
+        boot_growl(BOOT_GROWL2_HZ);
+        boot_step = 2;
+    }
+}
+
+// A green background pulsing once every two seconds. The spinning three-bladed figure is drawn
+// over it once the polygon module exists.
+static void boot_render()
+{
+    double beat = 0.5 + 0.5 * sine_deg(BOOT_PULSE_DEG * lum_seconds());
+    draw_clear(0.0f, static_cast<float>(1.0 - beat), 0.0f);
+}
+
+STATE lum_state = {nullptr, boot_update, boot_render, nullptr};
+
+//----------------------------------------------------------------------------------
+// [SECTION] Start-up and shut-down
+//----------------------------------------------------------------------------------
+// Start the framework. The video mode is not opened here: the application calls lum_graphics,
+// or lum_run opens the default mode.
+int lum_init()
+{
+    if (is_init_)
+        return 1;
+    lum_log("lum init");
+    lum_settings = LUM_SETTINGS{};
+    mrand_seed = static_cast<uint32_t>(std::time(nullptr));
+    input_init();
+    wrapper_init();
+    init_sine_table();
+    turtle_home();
+    lum_set_logic_rate(LUM_DEFAULT_RATE);
+    start_seconds = wrapper_get_seconds();
+    state_set(&lum_state);
+    is_init_ = 1;
+    return 1;
+}
+
+// Shut the framework down; the platform is gone afterwards
+void lum_exit()
+{
+    if (!is_init_)
+        return;
+    lum_log("Quitting...");
+    wrapper_exit();
+    is_init_ = 0;
+    lum_log("Bye! :)");
+}
+
+//----------------------------------------------------------------------------------
+// [SECTION] Main loop
+//----------------------------------------------------------------------------------
+// Draw one frame of the current screen and present it
+static void render_frame(int &frames)
+{
+    state_render();
+    draw_flip();
+    frames++;
+}
+
+// Run one logic tick: events in, the screen's update, the audio hand-over marker, events out
+static void run_tick()
+{
+    logic_ticks++;
+    lum_ticks++;
+    wrapper_handle_events();
+    input_update_events();
+    state_update();
+    lum_settings.synth_effects_state++;
+    input_clear_events();
+}
+
+// The main loop. Each pass runs the logic ticks that are due (at most four; the rest of a
+// backlog is dropped) and, in loop mode, renders one frame if any tick ran.
+// NOTE: after a stall the tick counter is moved to now before the four ticks are added, so the
+// logic runs four ticks ahead of real time and the next passes run nothing until it catches up.
+int lum_run(int idle)
+{
+    static int old_rate = 0;  // the rate the loop last saw
+    static int frames = 0;    // frames rendered since the last fps update
+    static int seconds = 0;   // the whole platform second of the last fps update
+
+    if (!is_init_) {
+        int result = lum_init();
+        if (result < 0)
+            return result;
+        lum_graphics(0, 0, 0, 0);
+    }
+    if (idle && quit_) {
+        lum_exit();
+        return 0;
+    }
+    do {
+        uint32_t now = wrapper_get_ticks(static_cast<float>(logic_rate));
+        if (old_rate != logic_rate) {
+            lum_logf("changed logic rate %d -> %d\n", old_rate, logic_rate);
+            logic_ticks = time_ticks;
+            old_rate = logic_rate;
+        }
+        int32_t due = static_cast<int32_t>(now - logic_ticks);
+        if (due > LUM_MAX_CATCH_UP) {
+            logic_ticks = now;
+            due = LUM_MAX_CATCH_UP;
+        }
+        if (idle && !render_disabled_)
+            render_frame(frames);
+        int sec = static_cast<int>(wrapper_get_seconds());
+        bool updated = false;
+        for (; due > 0; due--) {
+            run_tick();
+            updated = true;
+        }
+        if (!idle && updated && !render_disabled_)
+            render_frame(frames);
+        if (sec > seconds) {
+            fps_ = frames;
+            frames = 0;
+            seconds = sec;
+        }
+        if (idle)
+            return 1;
+        wrapper_yield();
+    } while (!quit_);
+    lum_exit();
+    return 0;
+}
+
+//----------------------------------------------------------------------------------
+// [SECTION] Accessors
+//----------------------------------------------------------------------------------
+void lum_quit()
+{
+    quit_ = 1;
+}
+
+int lum_is_quit()
+{
+    return quit_;
+}
+
+// Set the logic rate and restart the tick schedule from now: the tick number jumps to the
+// number of ticks at the new rate since the platform timer started
+int lum_set_logic_rate(int rate)
+{
+    LUM_TRACE();
+    lum_logf("RATE %d\n", rate);
+    logic_rate = rate;
+    if (wrapper_set_logic_rate(static_cast<float>(rate)) < 0)
+        return -1;
+    uint32_t t = wrapper_get_ticks(static_cast<float>(rate));
+    time_ticks = logic_ticks = lum_ticks = t;
+    return 1;
+}
+
+int lum_logic_rate()
+{
+    return logic_rate;
+}
+
+double lum_seconds()
+{
+    return wrapper_get_seconds() - start_seconds;
+}
+
+// NOTE: the desktop platform reports a refused mode as -1, which still yields 1 here; only a
+// result of 0 is passed on as failure.
+int lum_graphics(int w, int h, int depth, int fullscreen)
+{
+    return wrapper_set_graphics(w, h, depth, fullscreen) == 0 ? -1 : 1;
+}
+
+double lum_w()
+{
+    return wrapper_display_w();
+}
+
+double lum_h()
+{
+    return wrapper_display_h();
+}
+
+int lum_fps()
+{
+    return fps_;
+}
+
+void lum_pause(int pause)
+{
+    paused_ = pause;
+}
+
+int lum_is_paused()
+{
+    return paused_;
+}
+
+void lum_disable_render(int set)
+{
+    if (set != render_disabled_)
+        lum_logf("%s %d _> %d\n", "lum_disable_render", render_disabled_, set);
+    render_disabled_ = set;
+}
+
+void lum_set_app_name(const char *name)
+{
+    appname_ = name;
+}
+
+const char *lum_app_name()
+{
+    return appname_ ? appname_ : "unnamed";
+}
+
+double lum_lerp(float t, float start, float end)
+{
+    return (1.0 - t) * start + static_cast<double>(t) * end;
+}
+
+int lum_enable_wave(uint8_t enable)
+{
+    if (lum_settings.stream_init_result < 1)
+        return lum_settings.stream_init_result;
+    lum_logf("ENABLE WAV? %d\n", lum_settings.enable_wav);
+    lum_settings.enable_wav = enable;
+    return 1;
+}
+
+void lum_set_glitch_callback(void (*callback)(int16_t *samples, int a, int b))
+{
+    lum_settings.callback_glitch = callback;
+}

@@ -1,0 +1,73 @@
+// lum: the framework's runtime and main loop.
+// Start-up and shut-down, the fixed-rate logic loop with its timing, frame counting and quit
+// handling, the log-line convention every module uses, the audio switches shared with the audio
+// thread, and the boot screen that is current until the application switches to its own.
+// Depends on: wrapper (platform), state, input, rnd, sine, turtle, draw.
+#pragma once
+
+#include <cstdint>
+
+#include "state.h"
+
+//----------------------------------------------------------------------------------
+// Constants
+//----------------------------------------------------------------------------------
+constexpr int LUM_DEFAULT_RATE = 60;   // logic ticks per second at start-up
+constexpr int LUM_MAX_CATCH_UP = 4;    // logic ticks one pass may run; the rest of a backlog is dropped
+
+//----------------------------------------------------------------------------------
+// Types
+//----------------------------------------------------------------------------------
+// Audio switches shared with the audio callback thread. Each is one byte or one pointer written
+// by the main thread only, except synth_effects_state (see below); no locks.
+struct LUM_SETTINGS {
+    uint32_t stream_sample_rate;   // audio stream sample rate; cleared at start
+    uint32_t stream_buffer_size;   // audio stream buffer size; cleared at start
+    int8_t stream_init_result;     // result of opening the audio stream; below 1 means no audio
+    uint8_t synth_effects_state;   // +1 per logic tick (wrapping); the audio callback resets it
+    uint8_t enable_synth;          // mix the synthesiser, allow effects to start
+    uint8_t enable_wav;            // mix the sample voices
+    uint8_t render_first;          // kept as a settable flag; the loop does not consult it
+    uint8_t delta_timing;          // kept as a settable flag; the loop does not consult it
+    void (*callback_glitch)(int16_t *samples, int a, int b);  // optional hook on the mixed buffer
+};
+
+//----------------------------------------------------------------------------------
+// Module state
+//----------------------------------------------------------------------------------
+extern LUM_SETTINGS lum_settings;
+extern uint32_t lum_ticks;  // the running logic tick number, printed in every log line
+extern STATE lum_state;     // the boot screen
+
+//----------------------------------------------------------------------------------
+// Functions
+//----------------------------------------------------------------------------------
+// Runtime
+int lum_init();                   // start the framework; 1 (also when already started)
+void lum_exit();                  // shut it down; nothing unless started
+int lum_run(int idle);            // 0: loop until quit, then shut down; else one pass (1), 0 once quit
+void lum_quit();
+int lum_is_quit();
+int lum_set_logic_rate(int rate); // 1, or -1 if the platform refuses (the rate stays stored)
+int lum_logic_rate();
+double lum_seconds();             // seconds since start-up finished
+int lum_graphics(int w, int h, int depth, int fullscreen);  // -1 only if the platform returned 0
+double lum_w();
+double lum_h();
+int lum_fps();                    // frames rendered during the last whole second
+void lum_pause(int pause);
+int lum_is_paused();
+void lum_disable_render(int set); // no rendering, flipping or frame counting; ticks go on
+void lum_set_app_name(const char *name);  // keeps the pointer, not a copy
+const char *lum_app_name();               // "unnamed" when none was set
+double lum_lerp(float t, float start, float end);
+int lum_enable_wave(uint8_t enable);      // stream_init_result when there is no audio, else 1
+void lum_set_glitch_callback(void (*callback)(int16_t *samples, int a, int b));
+
+// Logging: every line goes to standard output as the prefix "[lum <seconds>s (<tick>)] " and
+// then the message, flushed at once so that a pipe reads it while the program runs.
+void lum_log(const char *text);                                    // a line: prefix, text, newline
+void lum_logf(const char *format, ...) __attribute__((format(printf, 1, 2)));  // prefix, formatted text as given
+
+// A trace line: the prefix, then the source line and the function's name.
+#define LUM_TRACE() lum_logf("line %d: %s\n", __LINE__, __func__)

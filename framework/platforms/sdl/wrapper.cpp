@@ -1,0 +1,337 @@
+// wrapper: the desktop platform layer over SDL 1.2 with an OpenGL context (see wrapper.h).
+// The only module that calls SDL: start and stop, the video mode, events into the input ring,
+// the clock, sleeping, buffer swaps, the view scale, and desktop substitutes that log and refuse
+// for services only handheld platforms have.
+//
+// Index of this file:
+// [SECTION] Module state
+// [SECTION] Start and stop
+// [SECTION] Video mode
+// [SECTION] Events
+// [SECTION] Time and threads
+// [SECTION] Desktop substitutes
+#include "wrapper.h"
+
+#include <GL/gl.h>
+#include <pthread.h>
+
+#include <algorithm>
+#include <cstdio>
+#include <cstring>
+
+#include "SDL.h"
+#include "draw.h"
+#include "input.h"
+#include "lum.h"
+
+//----------------------------------------------------------------------------------
+// [SECTION] Module state
+//----------------------------------------------------------------------------------
+constexpr int WRAPPER_CALL_BUFFER = 512;  // room for a native call's name and arguments
+
+static int desktop_w = 0;
+static int desktop_h = 0;
+static int display_w = 640;   // the drawing surface; 640 x 480 until a mode is opened
+static int display_h = 480;
+static int fullscreen_ = 0;
+static SDL_Joystick *joy = nullptr;  // opened at start and not read afterwards
+
+//----------------------------------------------------------------------------------
+// [SECTION] Start and stop
+//----------------------------------------------------------------------------------
+// Start SDL with every subsystem; the results are deliberately not tested (a machine without a
+// joystick or audio device still runs)
+int wrapper_init()
+{
+    SDL_Init(SDL_INIT_EVERYTHING);
+    joy = SDL_JoystickOpen(0);
+    if (desktop_w == 0 && desktop_h == 0) {
+        const SDL_VideoInfo *info = SDL_GetVideoInfo();
+        if (info) {
+            desktop_w = info->current_w;
+            desktop_h = info->current_h;
+        }
+    }
+    mouse_state.fill(MOUSE_STATE{});
+    return 1;
+}
+
+void wrapper_exit()
+{
+    SDL_Quit();
+    joy = nullptr;
+}
+
+//----------------------------------------------------------------------------------
+// [SECTION] Video mode
+//----------------------------------------------------------------------------------
+// Open a video mode. A zero size takes the desktop's; a window with a zero size is half the
+// desktop in both directions, while full screen with zero sizes takes the whole desktop.
+int wrapper_set_graphics(int w, int h, int depth, int fullscreen)
+{
+    lum_logf("Set graphics %dx%d\n", w, h);
+    display_w = w ? w : desktop_w;
+    display_h = h ? h : desktop_h;
+    if (!fullscreen && (w == 0 || h == 0)) {
+        display_w /= 2;
+        display_h /= 2;
+    }
+    lum_logf("Desktop: %dx%d\n", desktop_w, desktop_h);
+    SDL_GL_SetAttribute(SDL_GL_DEPTH_SIZE, 8);
+    Uint32 flags = SDL_OPENGL | (fullscreen ? SDL_FULLSCREEN : 0);
+    if (!SDL_SetVideoMode(display_w, display_h, depth, flags))
+        return -1;
+    draw_reset();
+    wrapper_reset_opengl_matrix(0.0f, 0.0f);
+    fullscreen_ = fullscreen;
+    return 1;
+}
+
+int wrapper_set_fullscreen(int set)
+{
+    if ((set != 0) == (fullscreen_ != 0))
+        return 1;
+    return wrapper_set_graphics(display_w, display_h, 0, set);
+}
+
+int wrapper_fullscreen()
+{
+    return fullscreen_;
+}
+
+int wrapper_desktop_w()
+{
+    return desktop_w;
+}
+
+int wrapper_desktop_h()
+{
+    return desktop_h;
+}
+
+int wrapper_display_w()
+{
+    return display_w;
+}
+
+int wrapper_display_h()
+{
+    return display_h;
+}
+
+// Scale the current matrix so that a logical w x h surface fills the display; 0 means the
+// display's own size
+void wrapper_reset_opengl_matrix(float w, float h)
+{
+    if (w == 0.0f)
+        w = static_cast<float>(display_w);
+    if (h == 0.0f)
+        h = static_cast<float>(display_h);
+    glLoadIdentity();
+    glScalef(display_w / w, display_h / h, 1.0f);
+}
+
+void wrapper_flip_screen()
+{
+    SDL_GL_SwapBuffers();
+}
+
+void wrapper_show_cursor(int set)
+{
+    SDL_ShowCursor(set != 0);
+}
+
+//----------------------------------------------------------------------------------
+// [SECTION] Events
+//----------------------------------------------------------------------------------
+// SDL key symbol to framework key id; everything not listed is K_NONE.
+// NOTE: Z and Y both give K_BUTTON1 (for both keyboard layouts), X gives K_BUTTON2, C K_BUTTON3.
+static int translate_symbol(SDLKey sym)
+{
+    if (sym >= SDLK_0 && sym <= SDLK_9)
+        return K_0 + (sym - SDLK_0);
+    if (sym >= SDLK_F1 && sym <= SDLK_F12)
+        return K_F1 + (sym - SDLK_F1);
+    switch (sym) {
+    case SDLK_BACKSPACE: return K_BS;
+    case SDLK_TAB: return K_TAB;
+    case SDLK_RETURN: return K_ENTER;
+    case SDLK_ESCAPE: return K_ESC;
+    case SDLK_BACKQUOTE: return K_TILDE;
+    case SDLK_a: return K_A;
+    case SDLK_c: return K_BUTTON3;
+    case SDLK_d: return K_D;
+    case SDLK_s: return K_S;
+    case SDLK_w: return K_W;
+    case SDLK_x: return K_BUTTON2;
+    case SDLK_y: return K_BUTTON1;
+    case SDLK_z: return K_BUTTON1;
+    case SDLK_DELETE: return K_DEL;
+    case SDLK_UP: return K_UP;
+    case SDLK_DOWN: return K_DOWN;
+    case SDLK_RIGHT: return K_RIGHT;
+    case SDLK_LEFT: return K_LEFT;
+    default: return K_NONE;
+    }
+}
+
+// Drain SDL's queue into the input ring. Every motion is queued (no coalescing); a window close
+// requests quit, and so does a held Escape key.
+// NOTE: the key table is updated after this poll, so Escape ends the loop in the tick after the
+// press.
+void wrapper_handle_events()
+{
+    SDL_Event sdl;
+    while (SDL_PollEvent(&sdl)) {
+        INPUT_EVENT e{};
+        switch (sdl.type) {
+        case SDL_KEYDOWN:
+            e.type = INPUT_PRESSED;
+            e.keyid = translate_symbol(sdl.key.keysym.sym);
+            break;
+        case SDL_KEYUP:
+            e.type = INPUT_RELEASED;
+            e.keyid = translate_symbol(sdl.key.keysym.sym);
+            break;
+        case SDL_MOUSEMOTION:
+            e.type = INPUT_MOVED;
+            e.keyid = K_MOUSE;
+            e.x = sdl.motion.x;
+            e.y = sdl.motion.y;
+            break;
+        case SDL_MOUSEBUTTONDOWN:
+        case SDL_MOUSEBUTTONUP:
+            e.type = sdl.type == SDL_MOUSEBUTTONDOWN ? INPUT_PRESSED : INPUT_RELEASED;
+            e.keyid = K_MOUSE;
+            e.id = sdl.button.button - 1;
+            e.x = sdl.button.x;
+            e.y = sdl.button.y;
+            break;
+        case SDL_QUIT:
+            lum_log("SDL_QUIT");
+            lum_quit();
+            continue;
+        default:
+            continue;
+        }
+        input_add_event(&e);
+    }
+    if (keys[K_ESC])
+        lum_quit();
+}
+
+//----------------------------------------------------------------------------------
+// [SECTION] Time and threads
+//----------------------------------------------------------------------------------
+double wrapper_get_seconds()
+{
+    return SDL_GetTicks() / 1000.0;
+}
+
+uint32_t wrapper_get_ticks(float frequency)
+{
+    return wrapper_ticks_from_ms(SDL_GetTicks(), frequency);
+}
+
+// The desktop accepts every rate
+int wrapper_set_logic_rate(float rate)
+{
+    (void)rate;
+    return 0;
+}
+
+void wrapper_delay(double seconds)
+{
+    double ms = 1000.0 * seconds;
+    SDL_Delay(ms > 0.0 ? static_cast<Uint32>(std::min(ms, 4294967295.0)) : 0);
+}
+
+void wrapper_yield()
+{
+    wrapper_delay(0.001);
+}
+
+void wrapper_start_audio_stream()
+{
+}
+
+void wrapper_stop_audio_stream()
+{
+}
+
+// Start func(data) on a detached thread; failure is not reported
+void wrapper_run_thread(void *(*func)(void *), void *data)
+{
+    pthread_t thread;
+    if (pthread_create(&thread, nullptr, func, data) == 0)
+        pthread_detach(thread);
+}
+
+//----------------------------------------------------------------------------------
+// [SECTION] Desktop substitutes
+//----------------------------------------------------------------------------------
+int wrapper_tweet_start()
+{
+    lum_log("TWEET START");
+    return -1;
+}
+
+int wrapper_tweet_add_text(const char *text)
+{
+    lum_logf("TWEET ADD TEXT '%s'\n", text ? text : "");
+    return -1;
+}
+
+int wrapper_tweet_add_url(const char *url)
+{
+    lum_logf("TWEET ADD URL '%s'\n", url ? url : "");
+    return -1;
+}
+
+int wrapper_tweet_finish()
+{
+    lum_log("TWEET FINISH");
+    return -1;
+}
+
+// The desktop build does not open a browser
+int wrapper_open_url(int hint, const char *url)
+{
+    lum_logf("OPEN URL (hint %d): %s\n", hint, url ? url : "");
+    return -1;
+}
+
+int wrapper_copy_data_to_clipboard(const char *hint, const void *data, int size)
+{
+    lum_logf("Copy data %p size %d (hint '%s') to clipboard\n", data, size, hint ? hint : "");
+    return -1;
+}
+
+// The progress function is never called
+int wrapper_copy_file_to_clipboard(const char *hint, const char *filename, void (*progress)(float))
+{
+    (void)progress;
+    lum_logf("Copy file '%s' (hint '%s') to clipboard\n", filename ? filename : "", hint ? hint : "");
+    return -1;
+}
+
+// Native calls do not exist on the desktop: the call text is composed (name, then each argument
+// after one blank, bounded to the buffer) and nothing runs
+int wrapper_call_ex(const char *name, int argc, const char *const *argv, void (*callback)(const char *))
+{
+    (void)callback;
+    char buffer[WRAPPER_CALL_BUFFER];
+    int len = std::snprintf(buffer, sizeof buffer, "%s", name ? name : "");
+    for (int i = 0; i < argc && argv && len < WRAPPER_CALL_BUFFER - 1; i++) {
+        int n = std::snprintf(buffer + len, sizeof buffer - len, " %s", argv[i] ? argv[i] : "");
+        len = std::min(len + std::max(n, 0), WRAPPER_CALL_BUFFER - 1);
+    }
+    return 0;
+}
+
+int wrapper_call(const char *call, const char *arg)
+{
+    (void)call;
+    (void)arg;
+    return 0;
+}

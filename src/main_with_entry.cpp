@@ -1,0 +1,21 @@
+// main_with_entry: the process entry of Lum Life.
+// Arguments are ignored. The order is deliberate: lum_run(0) shuts the framework down itself
+// when the loop ends, so app_state_exit (which saves) runs after the platform is down, and the
+// final lum_exit does nothing.
+#include "lum.h"
+#include "main.h"
+
+constexpr int WINDOW_W = 960;  // the window at start
+constexpr int WINDOW_H = 640;
+
+int main()
+{
+    lum_init();
+    lum_graphics(WINDOW_W, WINDOW_H, 0, 0);
+    lum_set_app_name("lumlife");
+    app_state_init();
+    lum_run(0);
+    app_state_exit();
+    lum_exit();
+    return 0;
+}

@@ -1,0 +1,168 @@
+// fake_wrapper: a test double of the platform layer (see fake_wrapper.h).
+#include "fake_wrapper.h"
+
+#include "wrapper.h"
+
+FAKE_PLATFORM fake_platform;
+
+void fake_platform_reset()
+{
+    fake_platform = FAKE_PLATFORM{};
+    fake_platform.display_w = 960;
+    fake_platform.display_h = 640;
+    fake_platform.set_graphics_result = 1;
+}
+
+int wrapper_init()
+{
+    fake_platform.inits++;
+    return 1;
+}
+
+void wrapper_exit()
+{
+    fake_platform.exits++;
+}
+
+int wrapper_set_graphics(int w, int h, int, int)
+{
+    fake_platform.display_w = w;
+    fake_platform.display_h = h;
+    return fake_platform.set_graphics_result;
+}
+
+int wrapper_set_fullscreen(int)
+{
+    return 1;
+}
+
+int wrapper_fullscreen()
+{
+    return 0;
+}
+
+int wrapper_desktop_w()
+{
+    return 1920;
+}
+
+int wrapper_desktop_h()
+{
+    return 1080;
+}
+
+int wrapper_display_w()
+{
+    return fake_platform.display_w;
+}
+
+int wrapper_display_h()
+{
+    return fake_platform.display_h;
+}
+
+void wrapper_reset_opengl_matrix(float, float)
+{
+}
+
+void wrapper_flip_screen()
+{
+    fake_platform.flips++;
+}
+
+void wrapper_show_cursor(int)
+{
+}
+
+void wrapper_handle_events()
+{
+    fake_platform.polls++;
+    if (fake_platform.on_poll)
+        fake_platform.on_poll();
+}
+
+double wrapper_get_seconds()
+{
+    return static_cast<double>(fake_platform.ms) / 1000.0;
+}
+
+uint32_t wrapper_get_ticks(float frequency)
+{
+    return wrapper_ticks_from_ms(fake_platform.ms, frequency);
+}
+
+int wrapper_set_logic_rate(float)
+{
+    return fake_platform.set_logic_rate_result;
+}
+
+void wrapper_delay(double seconds)
+{
+    fake_platform.ms += static_cast<uint64_t>(1000.0 * seconds);
+}
+
+void wrapper_yield()
+{
+    fake_platform.yields++;
+    fake_platform.ms += 1;
+    if (fake_platform.on_yield)
+        fake_platform.on_yield();
+}
+
+void wrapper_start_audio_stream()
+{
+}
+
+void wrapper_stop_audio_stream()
+{
+}
+
+void wrapper_run_thread(void *(*func)(void *), void *data)
+{
+    func(data);
+}
+
+int wrapper_tweet_start()
+{
+    return -1;
+}
+
+int wrapper_tweet_add_text(const char *)
+{
+    return -1;
+}
+
+int wrapper_tweet_add_url(const char *)
+{
+    return -1;
+}
+
+int wrapper_tweet_finish()
+{
+    return -1;
+}
+
+int wrapper_open_url(int, const char *)
+{
+    return -1;
+}
+
+int wrapper_copy_data_to_clipboard(const char *, const void *, int)
+{
+    return -1;
+}
+
+int wrapper_copy_file_to_clipboard(const char *, const char *, void (*)(float))
+{
+    return -1;
+}
+
+int wrapper_call_ex(const char *, int, const char *const *, void (*)(const char *))
+{
+    return 0;
+}
+
+int wrapper_call(const char *, const char *)
+{
+    return 0;
+}

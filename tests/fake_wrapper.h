@@ -1,0 +1,24 @@
+// fake_wrapper: a test double of the platform layer for the portable framework's tests.
+// A millisecond clock the test sets and advances, no window, no SDL: every wrapper_ function of
+// wrapper.h is answered from the record below, and hooks let a test act inside the main loop.
+#pragma once
+
+#include <cstdint>
+
+struct FAKE_PLATFORM {
+    uint64_t ms;                   // the platform clock in milliseconds
+    int display_w, display_h;      // the display size wrapper_display_w/h report
+    int set_logic_rate_result;     // wrapper_set_logic_rate's answer: 0 accepts, negative refuses
+    int set_graphics_result;       // wrapper_set_graphics's answer
+    int inits, exits;              // wrapper_init and wrapper_exit calls
+    int polls;                     // wrapper_handle_events calls
+    int flips;                     // buffer swaps (frames presented)
+    int yields;                    // wrapper_yield calls
+    void (*on_poll)();             // run inside every event poll (a test may queue input events here)
+    void (*on_yield)();            // run after every yield has advanced the clock by 1 ms
+};
+
+extern FAKE_PLATFORM fake_platform;
+
+// Back to a clock at 0 ms, a 960 x 640 display, every counter 0 and no hooks.
+void fake_platform_reset();
