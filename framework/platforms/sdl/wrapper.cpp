@@ -17,6 +17,7 @@
 
 #include <algorithm>
 #include <cstdio>
+#include <cstdlib>
 #include <cstring>
 
 #include "SDL.h"
@@ -39,11 +40,37 @@ static SDL_Joystick *joy = nullptr;  // opened at start and not read afterwards
 //----------------------------------------------------------------------------------
 // [SECTION] Start and stop
 //----------------------------------------------------------------------------------
-// Start SDL with every subsystem; the results are deliberately not tested (a machine without a
-// joystick or audio device still runs)
+// Start SDL with every subsystem.
+// NOTE: SDL undoes every subsystem when one of them fails, and a machine without a sound device
+// is common; so audio is started on its own, and its failure leaves the window, events and
+// clock working (the toy is then silent).
+static void start_sdl()
+{
+    SDL_Init(SDL_INIT_EVERYTHING & ~SDL_INIT_AUDIO);
+    if (SDL_InitSubSystem(SDL_INIT_AUDIO) < 0)
+        lum_logf("No audio device: %s\n", SDL_GetError());
+}
+
+// Whether SDL found a display to show a window on. Without one it falls back to drivers that
+// draw nowhere; those count only when the user asked for them by name.
+static bool has_display()
+{
+    char name[32] = "";
+    if (!SDL_WasInit(SDL_INIT_VIDEO) || !SDL_VideoDriverName(name, sizeof name))
+        return false;
+    bool invisible = std::strcmp(name, "offscreen") == 0 || std::strcmp(name, "dummy") == 0;
+    return !invisible || std::getenv("SDL_VIDEODRIVER");
+}
+
+// Start the platform. Without a display there is nothing to show and no way to receive input, so
+// the main loop is asked to end at once instead of running unseen.
 int wrapper_init()
 {
-    SDL_Init(SDL_INIT_EVERYTHING);
+    start_sdl();
+    if (!has_display()) {
+        lum_log("No display found: quitting");
+        lum_quit();
+    }
     joy = SDL_JoystickOpen(0);
     if (desktop_w == 0 && desktop_h == 0) {
         const SDL_VideoInfo *info = SDL_GetVideoInfo();

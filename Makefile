@@ -1,0 +1,30 @@
+# Lum Life: `make run` starts the toy, `make test` runs every test. CMake does the real work
+# underneath; both first install whatever Debian packages are missing (tools/install-deps.sh).
+BUILD ?= build
+JOBS ?= $(shell nproc 2>/dev/null || echo 2)
+
+.PHONY: run test bench screenshot build deps clean
+
+run: build
+	@tools/run.sh $(BUILD)
+
+test: build
+	@cd $(BUILD) && ctest --output-on-failure --timeout 300 -j $(JOBS)
+
+# Speed figures (Google Benchmark); never part of `make test`.
+bench: build
+	@for b in $(BUILD)/bench/*_bench; do echo "== $$b"; $$b || exit 1; done
+
+# The README's screenshot, made in a virtual X display.
+screenshot: build
+	@tools/run.sh $(BUILD) --screenshot docs/screenshot.png
+
+build: deps
+	@cmake -S . -B $(BUILD) -DCMAKE_BUILD_TYPE=RelWithDebInfo --log-level=WARNING
+	@cmake --build $(BUILD) -j $(JOBS)
+
+deps:
+	@tools/install-deps.sh
+
+clean:
+	rm -rf $(BUILD)
