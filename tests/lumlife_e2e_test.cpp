@@ -1,1 +1,301 @@
+// End-to-end tests of the real toy: `lumlife` runs in a private virtual X display with a
+// temporary HOME; the tests read its log from a pipe while it runs, drive it with xdotool, a
+// signal or a window-manager message, and read its window's pixels back.
 #include <gtest/gtest.h>
+
+#include <X11/Xlib.h>
+#include <X11/Xutil.h>
+#include <signal.h>
+#include <sys/wait.h>
+
+#include <algorithm>
+#include <chrono>
+#include <fstream>
+#include <iterator>
+#include <regex>
+#include <set>
+#include <string>
+#include <thread>
+#include <vector>
+
+#include "process.h"
+#include "xcapture.h"
+#include "xvfb.h"
+
+//----------------------------------------------------------------------------------
+// Constants
+//----------------------------------------------------------------------------------
+constexpr double LOG_SECONDS = 30.0;     // generous: a loaded machine starts slowly
+constexpr double EXIT_SECONDS = 30.0;
+constexpr double WINDOW_SECONDS = 30.0;  // until the toy's window is mapped
+constexpr double PULSE_SECONDS = 10.0;   // the pulse repeats every 2 s
+constexpr int WINDOW_POLL_MS = 10;       // how often the display is searched for the window
+constexpr int WINDOW_W = 960;            // the toy's window at start
+constexpr int WINDOW_H = 640;
+constexpr int CHANNEL_SLACK = 2;         // red and blue may read this far from 0
+constexpr int PULSE_MIN_SPAN = 8;        // the least swing of the background green that counts as a pulse
+constexpr int SAMPLE_X = 8;              // a background pixel, far from the centre's figure
+constexpr int SAMPLE_Y = 8;
+
+// Every log line starts "[lum <seconds with two decimals>s (<tick>)] "
+static const char LOG_PREFIX[] = R"(^\[lum -?[0-9]+\.[0-9]{2}s \([0-9]+\)\] )";
+
+//----------------------------------------------------------------------------------
+// Helpers
+//----------------------------------------------------------------------------------
+// `text` as a regular expression that matches exactly it
+static std::string literal(const std::string &text)
+{
+    static const std::regex special(R"([.^$|()\[\]{}*+?\\])");
+    return std::regex_replace(text, special, R"(\$&)");
+}
+
+static std::string describe_status(int status)
+{
+    if (WIFEXITED(status))
+        return "exit status " + std::to_string(WEXITSTATUS(status));
+    if (WIFSIGNALED(status))
+        return "killed by signal " + std::to_string(WTERMSIG(status));
+    return "wait status " + std::to_string(status);
+}
+
+// The width and height in a PNG file's header; false if it is not a PNG
+static bool png_size(const std::string &path, int &w, int &h)
+{
+    std::ifstream in(path, std::ios::binary);
+    std::vector<unsigned char> head(24);
+    if (!in.read(reinterpret_cast<char *>(head.data()), static_cast<std::streamsize>(head.size())))
+        return false;
+    static const unsigned char signature[] = {0x89, 'P', 'N', 'G', '\r', '\n', 0x1a, '\n'};
+    if (!std::equal(std::begin(signature), std::end(signature), head.begin()) ||
+        std::string(head.begin() + 12, head.begin() + 16) != "IHDR")
+        return false;
+    w = head[16] << 24 | head[17] << 16 | head[18] << 8 | head[19];
+    h = head[20] << 24 | head[21] << 16 | head[22] << 8 | head[23];
+    return true;
+}
+
+//----------------------------------------------------------------------------------
+// Fixture: a private X display with the toy running on it
+//----------------------------------------------------------------------------------
+class Lumlife : public ::testing::Test {
+protected:
+    XVFB xvfb;
+    PROCESS toy;
+    Display *x = nullptr;  // our own connection to the toy's display
+
+    void SetUp() override
+    {
+        std::string error;
+        ASSERT_TRUE(xvfb_start(xvfb, error)) << error;
+        x = XOpenDisplay(xvfb.display.c_str());
+        ASSERT_NE(x, nullptr) << "cannot open " << xvfb.display;
+        ASSERT_TRUE(process_start(toy, {LUMLIFE_PATH}, xvfb.display, error)) << error;
+    }
+
+    void TearDown() override
+    {
+        process_stop(toy);
+        if (x)
+            XCloseDisplay(x);
+        xvfb_stop(xvfb);
+    }
+
+    // Wait for a log line after line `from` whose message (after the prefix) matches `message`
+    // entirely; its index goes to `at`. A failure lists every line read.
+    ::testing::AssertionResult logged(const std::string &message, int &at, size_t from = 0)
+    {
+        at = process_wait_line(toy, std::regex(LOG_PREFIX + message + "$"), LOG_SECONDS, from);
+        if (at >= 0)
+            return ::testing::AssertionSuccess();
+        return ::testing::AssertionFailure() << "no log line matching '" << message << "' from line " << from
+                                             << " within " << LOG_SECONDS << " s\n"
+                                             << process_transcript(toy);
+    }
+
+    // Wait until the main loop runs: its first pass reports the rate change from 0 to 60
+    ::testing::AssertionResult running()
+    {
+        int at;
+        return logged(literal("changed logic rate 0 -> 60"), at);
+    }
+
+    // The toy's top-level window once it is mapped; None on timeout
+    Window toy_window()
+    {
+        auto deadline = std::chrono::steady_clock::now() + std::chrono::duration<double>(WINDOW_SECONDS);
+        for (;;) {
+            Window w = xcapture_find_toplevel(x);
+            if (w != None || std::chrono::steady_clock::now() >= deadline)
+                return w;
+            std::this_thread::sleep_for(std::chrono::milliseconds(WINDOW_POLL_MS));
+        }
+    }
+
+    // The toy has logged "Quitting...", then "Bye! :)", and ended with status 0
+    void expect_clean_exit(int quitting)
+    {
+        int bye;
+        EXPECT_TRUE(logged(literal("Bye! :)"), bye, quitting + 1));
+        ASSERT_TRUE(process_wait_exit(toy, EXIT_SECONDS)) << "the toy did not end\n" << process_transcript(toy);
+        EXPECT_TRUE(WIFEXITED(toy.status) && WEXITSTATUS(toy.status) == 0) << describe_status(toy.status);
+    }
+};
+
+//----------------------------------------------------------------------------------
+// Log
+//----------------------------------------------------------------------------------
+TEST_F(Lumlife, StartUpLogsTheFrameworkLinesInOrder)
+{
+    const std::string expected[] = {
+        literal("lum init"),
+        literal("INPUT INIT"),
+        "line [0-9]+: lum_set_logic_rate",
+        literal("RATE 60"),
+        literal("Set graphics 960x640"),
+        literal("Desktop: 1920x1080"),
+        literal("draw: reset (960 x 640)"),
+        literal("changed logic rate 0 -> 60"),
+    };
+    int at = -1;
+    for (const std::string &message : expected)
+        ASSERT_TRUE(logged(message, at, static_cast<size_t>(at + 1)));
+    const std::regex prefix(LOG_PREFIX);
+    for (int i = 0; i <= at; i++)
+        EXPECT_TRUE(std::regex_search(toy.lines[i], prefix)) << "line " << i << ": '" << toy.lines[i] << "'";
+    EXPECT_FALSE(process_wait_exit(toy, 0.0)) << "the log arrived only when the toy ended";
+}
+
+//----------------------------------------------------------------------------------
+// Ending the toy
+//----------------------------------------------------------------------------------
+// The platform quits when Escape is still held after an event poll; a press and release in one
+// tick does not quit, so the key is held until the toy says it is quitting.
+TEST_F(Lumlife, EscapeHeldEndsTheToyWithStatusZero)
+{
+    ASSERT_TRUE(running());
+    Window w = toy_window();
+    ASSERT_NE(w, None);
+    // Keyboard focus follows the pointer on a display without a window manager.
+    ASSERT_EQ(process_xdotool(xvfb.display, {"mousemove", "--window", std::to_string(w), "480", "320"}), 0);
+    ASSERT_EQ(process_xdotool(xvfb.display, {"keydown", "Escape"}), 0);
+    int quitting;
+    ::testing::AssertionResult quit = logged(literal("Quitting..."), quitting);
+    EXPECT_EQ(process_xdotool(xvfb.display, {"keyup", "Escape"}), 0);
+    ASSERT_TRUE(quit);
+    for (int i = 0; i < quitting; i++)
+        EXPECT_EQ(toy.lines[i].find("SDL_QUIT"), std::string::npos) << "Escape is not a window close";
+    expect_clean_exit(quitting);
+}
+
+TEST_F(Lumlife, InterruptSignalLogsSdlQuitAndEndsWithStatusZero)
+{
+    ASSERT_TRUE(running());
+    ASSERT_TRUE(process_signal(toy, SIGINT));
+    int sdl_quit, quitting;
+    ASSERT_TRUE(logged(literal("SDL_QUIT"), sdl_quit));
+    ASSERT_TRUE(logged(literal("Quitting..."), quitting, sdl_quit + 1));
+    expect_clean_exit(quitting);
+}
+
+// A window manager asks a window to close with a WM_DELETE_WINDOW client message
+TEST_F(Lumlife, WindowCloseRequestLogsSdlQuitAndEndsWithStatusZero)
+{
+    ASSERT_TRUE(running());
+    Window w = toy_window();
+    ASSERT_NE(w, None);
+    Atom wm_protocols = XInternAtom(x, "WM_PROTOCOLS", False);
+    Atom wm_delete = XInternAtom(x, "WM_DELETE_WINDOW", False);
+    Atom *protocols = nullptr;
+    int count = 0;
+    ASSERT_NE(XGetWMProtocols(x, w, &protocols, &count), 0) << "the window lists no WM protocols";
+    bool accepts_delete = std::find(protocols, protocols + count, wm_delete) != protocols + count;
+    XFree(protocols);
+    ASSERT_TRUE(accepts_delete) << "the window does not take part in WM_DELETE_WINDOW";
+
+    XEvent close{};
+    close.xclient.type = ClientMessage;
+    close.xclient.window = w;
+    close.xclient.message_type = wm_protocols;
+    close.xclient.format = 32;
+    close.xclient.data.l[0] = static_cast<long>(wm_delete);
+    close.xclient.data.l[1] = CurrentTime;
+    ASSERT_NE(XSendEvent(x, w, False, NoEventMask, &close), 0);
+    XFlush(x);
+
+    int sdl_quit, quitting;
+    ASSERT_TRUE(logged(literal("SDL_QUIT"), sdl_quit));
+    ASSERT_TRUE(logged(literal("Quitting..."), quitting, sdl_quit + 1));
+    expect_clean_exit(quitting);
+}
+
+//----------------------------------------------------------------------------------
+// Window and pixels
+//----------------------------------------------------------------------------------
+TEST_F(Lumlife, WindowIs960By640)
+{
+    ASSERT_TRUE(running());
+    Window w = toy_window();
+    ASSERT_NE(w, None);
+    XWindowAttributes a;
+    ASSERT_NE(XGetWindowAttributes(x, w, &a), 0);
+    EXPECT_EQ(a.width, WINDOW_W);
+    EXPECT_EQ(a.height, WINDOW_H);
+}
+
+// The boot screen clears to red 0, green 1 - beat, blue 0, with the beat pulsing every 2 s: read
+// frames back until the background's green has swung, checking red and blue on every pixel
+TEST_F(Lumlife, BootScreenIsGreenThatPulses)
+{
+    ASSERT_TRUE(running());
+    Window w = toy_window();
+    ASSERT_NE(w, None);
+    std::set<int> greens;
+    auto deadline = std::chrono::steady_clock::now() + std::chrono::duration<double>(PULSE_SECONDS);
+    int frames = 0;
+    while (std::chrono::steady_clock::now() < deadline) {
+        XCAPTURE_IMAGE image;
+        ASSERT_TRUE(xcapture_window(x, w, image));
+        ASSERT_EQ(image.w, WINDOW_W);
+        ASSERT_EQ(image.h, WINDOW_H);
+        frames++;
+        for (int y = 0; y < image.h; y++) {
+            for (int px = 0; px < image.w; px++) {
+                const uint8_t *p = &image.rgb[(static_cast<size_t>(y) * image.w + px) * 3];
+                ASSERT_LE(p[0], CHANNEL_SLACK) << "red at (" << px << ", " << y << ") in frame " << frames;
+                ASSERT_LE(p[2], CHANNEL_SLACK) << "blue at (" << px << ", " << y << ") in frame " << frames;
+            }
+        }
+        greens.insert(image.rgb[(static_cast<size_t>(SAMPLE_Y) * image.w + SAMPLE_X) * 3 + 1]);
+        // Three values: a window read before its first frame and one still frame make only two.
+        if (greens.size() >= 3 && *greens.rbegin() - *greens.begin() >= PULSE_MIN_SPAN)
+            break;
+    }
+    ASSERT_FALSE(greens.empty());
+    EXPECT_GE(greens.size(), 3u) << "the background's green took too few values over " << frames << " frames";
+    EXPECT_GE(*greens.rbegin() - *greens.begin(), PULSE_MIN_SPAN)
+        << "green stayed within " << *greens.begin() << ".." << *greens.rbegin() << " over " << frames << " frames";
+}
+
+TEST_F(Lumlife, LumshotSavesTheWindowAsAPng)
+{
+    ASSERT_TRUE(running());
+    ASSERT_NE(toy_window(), static_cast<Window>(None));
+    std::string dir = process_temp_dir("lumtest-shot");
+    ASSERT_FALSE(dir.empty());
+    std::string path = dir + "/shot.png";
+    PROCESS shot;
+    std::string error;
+    ASSERT_TRUE(process_start(shot, {LUMSHOT_PATH, path}, xvfb.display, error)) << error;
+    bool ended = process_wait_exit(shot, EXIT_SECONDS);
+    int status = shot.status;
+    process_stop(shot);
+    int w = 0, h = 0;
+    bool is_png = png_size(path, w, h);
+    process_remove_dir(dir);
+    ASSERT_TRUE(ended) << "lumshot did not end";
+    EXPECT_TRUE(WIFEXITED(status) && WEXITSTATUS(status) == 0) << describe_status(status);
+    ASSERT_TRUE(is_png);
+    EXPECT_EQ(w, WINDOW_W);
+    EXPECT_EQ(h, WINDOW_H);
+}
