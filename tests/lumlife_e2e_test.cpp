@@ -299,3 +299,48 @@ TEST_F(Lumlife, LumshotSavesTheWindowAsAPng)
     EXPECT_EQ(w, WINDOW_W);
     EXPECT_EQ(h, WINDOW_H);
 }
+
+//----------------------------------------------------------------------------------
+// A machine without a display or a sound device
+//----------------------------------------------------------------------------------
+// Without a display the toy cannot show anything or receive input: it says so and ends at once
+// (saving as usual) instead of running unseen.
+TEST(LumlifeWithout, DisplayItSaysSoAndEndsWithStatusZero)
+{
+    PROCESS toy;
+    std::string error;
+    ASSERT_TRUE(process_start(toy, {LUMLIFE_PATH}, "", error, {"DISPLAY", "SDL_VIDEODRIVER", "WAYLAND_DISPLAY"})) << error;
+    int found = process_wait_line(toy, std::regex(LOG_PREFIX + literal("No display found: quitting") + "$"), LOG_SECONDS);
+    EXPECT_GE(found, 0) << process_transcript(toy);
+    int quitting = process_wait_line(toy, std::regex(LOG_PREFIX + literal("Quitting...") + "$"), LOG_SECONDS);
+    EXPECT_GT(quitting, found) << process_transcript(toy);
+    ASSERT_TRUE(process_wait_exit(toy, EXIT_SECONDS)) << "the toy ran on without a display\n" << process_transcript(toy);
+    EXPECT_TRUE(WIFEXITED(toy.status) && WEXITSTATUS(toy.status) == 0) << describe_status(toy.status);
+    EXPECT_TRUE(std::regex_search(toy.lines.back(), std::regex(LOG_PREFIX + literal("Bye! :)") + "$")))
+        << process_transcript(toy);
+    process_stop(toy);
+}
+
+// Without a sound device the toy says so and runs silently: the window opens and Escape ends it
+TEST(LumlifeWithout, AudioDeviceItSaysSoAndRunsSilently)
+{
+    XVFB xvfb;
+    std::string error;
+    ASSERT_TRUE(xvfb_start(xvfb, error)) << error;
+    PROCESS toy;
+    ASSERT_TRUE(process_start(toy, {LUMLIFE_PATH}, xvfb.display, error, {"SDL_AUDIODRIVER=no-such-device"})) << error;
+    int no_audio = process_wait_line(toy, std::regex(std::string(LOG_PREFIX) + "No audio device: .+$"), LOG_SECONDS);
+    EXPECT_GE(no_audio, 0) << process_transcript(toy);
+    int reset = process_wait_line(toy, std::regex(LOG_PREFIX + literal("draw: reset (960 x 640)") + "$"), LOG_SECONDS);
+    EXPECT_GT(reset, no_audio) << process_transcript(toy);
+    int running = process_wait_line(toy, std::regex(LOG_PREFIX + literal("changed logic rate 0 -> 60") + "$"), LOG_SECONDS);
+    ASSERT_GE(running, 0) << process_transcript(toy);
+    ASSERT_EQ(process_xdotool(xvfb.display, {"mousemove", "480", "320", "keydown", "Escape"}), 0);
+    int quitting = process_wait_line(toy, std::regex(LOG_PREFIX + literal("Quitting...") + "$"), LOG_SECONDS);
+    EXPECT_EQ(process_xdotool(xvfb.display, {"keyup", "Escape"}), 0);
+    EXPECT_GT(quitting, running) << process_transcript(toy);
+    EXPECT_TRUE(process_wait_exit(toy, EXIT_SECONDS)) << process_transcript(toy);
+    EXPECT_TRUE(WIFEXITED(toy.status) && WEXITSTATUS(toy.status) == 0) << describe_status(toy.status);
+    process_stop(toy);
+    xvfb_stop(xvfb);
+}

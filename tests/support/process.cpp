@@ -70,7 +70,8 @@ static std::string resolve_program(const std::string &name)
 }
 
 // The parent's environment with the private display, HOME and audio/video drivers
-static std::vector<std::string> child_environment(const std::string &display, const std::string &home)
+static std::vector<std::string> child_environment(const std::string &display, const std::string &home,
+                                                  const std::vector<std::string> &overrides)
 {
     std::vector<std::string> env;
     for (char **e = environ; *e; e++) {
@@ -85,6 +86,15 @@ static std::vector<std::string> child_environment(const std::string &display, co
     env.push_back("HOME=" + home);
     env.push_back("SDL_AUDIODRIVER=dummy");
     env.push_back("SDL_VIDEODRIVER=x11");
+    // Each override replaces the variable of its name ("NAME=value") or removes it ("NAME").
+    for (const std::string &o : overrides) {
+        std::string name = o.substr(0, o.find('='));
+        env.erase(std::remove_if(env.begin(), env.end(),
+                                 [&](const std::string &var) { return var.substr(0, var.find('=')) == name; }),
+                  env.end());
+        if (o.find('=') != std::string::npos)
+            env.push_back(o);
+    }
     return env;
 }
 
@@ -195,7 +205,8 @@ bool process_reap(pid_t pid, double seconds, int &status)
     }
 }
 
-bool process_start(PROCESS &p, const std::vector<std::string> &argv, const std::string &display, std::string &error)
+bool process_start(PROCESS &p, const std::vector<std::string> &argv, const std::string &display, std::string &error,
+                   const std::vector<std::string> &overrides)
 {
     p = PROCESS{};
     p.home = process_temp_dir("lumtest-home");
@@ -209,7 +220,7 @@ bool process_start(PROCESS &p, const std::vector<std::string> &argv, const std::
         process_stop(p);
         return false;
     }
-    p.pid = process_spawn(argv, child_environment(display, p.home), fds[1], -1, -1, SIGKILL, error);
+    p.pid = process_spawn(argv, child_environment(display, p.home, overrides), fds[1], -1, -1, SIGKILL, error);
     close(fds[1]);
     p.out = fds[0];
     if (p.pid < 0) {

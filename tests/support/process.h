@@ -30,9 +30,11 @@ struct PROCESS {
 // Start argv[0] (a path, or a name looked up in PATH) with the parent's environment except:
 // DISPLAY = display, HOME = a new temporary directory, SDL_AUDIODRIVER = dummy,
 // SDL_VIDEODRIVER = x11, and no Wayland display, X authority file or XDG directories of the
-// real user. Standard error is inherited; the child is killed if the test process dies.
+// real user; then each of `overrides` sets a variable ("NAME=value") or removes it ("NAME").
+// Standard error is inherited; the child is killed if the test process dies.
 // Returns false with a reason in `error`.
-bool process_start(PROCESS &p, const std::vector<std::string> &argv, const std::string &display, std::string &error);
+bool process_start(PROCESS &p, const std::vector<std::string> &argv, const std::string &display, std::string &error,
+                   const std::vector<std::string> &overrides = {});
 
 // Read output until a line from index `from` on matches `pattern` (regex_search); returns that
 // line's index, or -1 when `seconds` pass or the output ends first.
