@@ -344,3 +344,33 @@ TEST(LumlifeWithout, AudioDeviceItSaysSoAndRunsSilently)
     process_stop(toy);
     xvfb_stop(xvfb);
 }
+
+//----------------------------------------------------------------------------------
+// `make run` on a machine without a display
+//----------------------------------------------------------------------------------
+// The run script says that no display was found, runs the toy in a virtual X display of its own,
+// saves a screenshot of the window to a path it prints, stops the toy and exits with status 0.
+TEST(MakeRun, WithoutADisplayItRunsTheToyHeadlessAndPrintsTheScreenshotPath)
+{
+    PROCESS run;
+    std::string error;
+    ASSERT_TRUE(process_start(run, {RUN_SCRIPT, BUILD_DIR}, "", error, {"DISPLAY", "SDL_VIDEODRIVER", "WAYLAND_DISPLAY"}))
+        << error;
+    int said = process_wait_line(run, std::regex("^No display found: running Lum Life"), LOG_SECONDS);
+    EXPECT_GE(said, 0) << process_transcript(run);
+    int saved = process_wait_line(run, std::regex("^Screenshot saved: /.+\\.png$"), LOG_SECONDS + EXIT_SECONDS);
+    ASSERT_GE(saved, 0) << process_transcript(run);
+    ASSERT_TRUE(process_wait_exit(run, EXIT_SECONDS)) << process_transcript(run);
+    EXPECT_TRUE(WIFEXITED(run.status) && WEXITSTATUS(run.status) == 0) << describe_status(run.status);
+    std::string path = run.lines[saved].substr(std::string("Screenshot saved: ").size());
+    int w = 0, h = 0;
+    EXPECT_TRUE(png_size(path, w, h)) << path;
+    EXPECT_EQ(w, WINDOW_W);
+    EXPECT_EQ(h, WINDOW_H);
+    bool quit_cleanly = false;
+    for (const std::string &line : run.lines)
+        quit_cleanly = quit_cleanly || line.find("] Bye! :)") != std::string::npos;
+    EXPECT_TRUE(quit_cleanly) << process_transcript(run);
+    process_stop(run);
+    process_remove_dir(path.substr(0, path.rfind('/')));
+}

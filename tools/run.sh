@@ -45,7 +45,7 @@ wait_for() {
 }
 
 # Xvfb chooses a free display number itself and writes it to the file when it is ready.
-Xvfb -displayfd 3 -screen 0 1920x1080x24 -nolisten tcp 3>"$work/display" 2>"$work/xvfb.log" &
+Xvfb -displayfd 3 -screen 0 1920x1080x24 -nolisten tcp 3>"$work/display" >"$work/xvfb.log" 2>&1 &
 xvfb_pid=$!
 if ! wait_for 20 test -s "$work/display"; then
   echo "run: the virtual X display did not start (see $work/xvfb.log)" >&2
