@@ -116,6 +116,8 @@ int lum_init()
     mrand_seed = static_cast<uint32_t>(std::time(nullptr));
     input_init();
     wrapper_init();
+    // Not yet connected: the effect slots and the sprite atlas start here, between the platform
+    // and the sine table, once those modules exist.
     init_sine_table();
     turtle_home();
     lum_set_logic_rate(LUM_DEFAULT_RATE);
@@ -131,6 +133,8 @@ void lum_exit()
     if (!is_init_)
         return;
     lum_log("Quitting...");
+    // Not yet connected: the atlas textures are freed here, before the platform goes, once the
+    // atlas module exists.
     wrapper_exit();
     is_init_ = 0;
     lum_log("Bye! :)");

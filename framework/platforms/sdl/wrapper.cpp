@@ -80,9 +80,12 @@ int wrapper_init()
         }
     }
     mouse_state.fill(MOUSE_STATE{});
+    // Not yet connected: the desktop replier for platform messages is installed here once the
+    // message queues exist.
     return 1;
 }
 
+// Not yet connected: the audio output is closed here, before SDL quits, once it exists.
 void wrapper_exit()
 {
     SDL_Quit();
