@@ -55,7 +55,7 @@ export DISPLAY=":$(head -n1 "$work/display")"
 
 "$build/lumlife" > >(tee "$work/lumlife.log") &
 toy_pid=$!
-if ! wait_for 30 grep -q "changed logic rate" "$work/lumlife.log"; then
+if ! wait_for 30 grep -qF "changed logic rate" "$work/lumlife.log"; then
   echo "run: the toy did not start its main loop (log: $work/lumlife.log)" >&2
   exit 1
 fi
@@ -65,7 +65,7 @@ sleep 3  # let it run for a few seconds, as a person would watch it
 
 # The toy quits while Escape is held after an event poll: hold it until it says so.
 xdotool mousemove 10 10 keydown Escape
-wait_for 20 grep -q "Quitting..." "$work/lumlife.log" || true
+wait_for 20 grep -qF "Quitting..." "$work/lumlife.log" || true
 xdotool keyup Escape
 status=0
 wait "$toy_pid" || status=$?
