@@ -1,9 +1,13 @@
 // main: the application shell, the application's side of the framework contract.
-// Depends on: lum.
+// Start-up and shut-down hooks, the settings file's load and save, and text utilities.
+// Depends on: lum, file, game, turtle.
 #pragma once
 
 //----------------------------------------------------------------------------------
 // Functions
 //----------------------------------------------------------------------------------
 void app_state_init();  // application start-up, after the framework and the window are up
-void app_state_exit();  // application shut-down, after the framework has shut down
+void app_state_exit();  // application shut-down, after the framework has shut down: saves the settings
+void app_state_save();  // the framework asks the application to save: the same as app_state_exit
+void load_settings();   // read "settings.cfg" over the record's defaults (a start-up step)
+void dump(const char *desc, const void *addr, int len);  // hex dump on standard output

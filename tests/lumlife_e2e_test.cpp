@@ -9,6 +9,8 @@
 #include <sys/wait.h>
 
 #include <algorithm>
+#include <cstdint>
+#include <cstdlib>
 #include <chrono>
 #include <fstream>
 #include <iterator>
@@ -39,6 +41,8 @@ constexpr int SAMPLE_Y = 8;
 
 // Every log line starts "[lum <seconds with two decimals>s (<tick>)] "
 static const char LOG_PREFIX[] = R"(^\[lum -?[0-9]+\.[0-9]{2}s \([0-9]+\)\] )";
+// except the lines of the reports printed without it: the Life rule and the settings dump
+static const char UNPREFIXED_REPORT[] = R"(^(RULES: B[0-8]*/S[0-8]*, (wrap|dead|live) border|step [0-9]+( \(random fill %[0-9]+\))?|settings \(4172 bytes\):|  .*)$)";
 
 //----------------------------------------------------------------------------------
 // Helpers
@@ -155,14 +159,21 @@ TEST_F(Lumlife, StartUpLogsTheFrameworkLinesInOrder)
         literal("Set graphics 960x640"),
         literal("Desktop: 1920x1080"),
         literal("draw: reset (960 x 640)"),
+        "line [0-9]+: game_reset",
+        "line [0-9]+: load_settings",
+        "line [0-9]+: game_update_config",
+        literal("CONFIG SET: b3s23w"),
         literal("changed logic rate 0 -> 60"),
     };
     int at = -1;
     for (const std::string &message : expected)
         ASSERT_TRUE(logged(message, at, static_cast<size_t>(at + 1)));
+    // Every line has the prefix but the reports that are printed without it
     const std::regex prefix(LOG_PREFIX);
     for (int i = 0; i <= at; i++)
-        EXPECT_TRUE(std::regex_search(toy.lines[i], prefix)) << "line " << i << ": '" << toy.lines[i] << "'";
+        if (!std::regex_search(toy.lines[i], std::regex(UNPREFIXED_REPORT))) {
+            EXPECT_TRUE(std::regex_search(toy.lines[i], prefix)) << "line " << i << ": '" << toy.lines[i] << "'";
+        }
     EXPECT_FALSE(process_wait_exit(toy, 0.0)) << "the log arrived only when the toy ended";
 }
 
@@ -301,6 +312,195 @@ TEST_F(Lumlife, LumshotSavesTheWindowAsAPng)
 }
 
 //----------------------------------------------------------------------------------
+// The settings file
+//----------------------------------------------------------------------------------
+constexpr size_t SETTINGS_SIZE = 4172;   // the settings file: the user's record, raw
+constexpr size_t SETTINGS_CELLS = 72;    // where the 64 x 64 column-major grid starts
+constexpr size_t SETTINGS_STEPS = 4168;  // where the step counter is
+
+// A settings record written byte by byte, as the file format gives it
+struct SETTINGS_BYTES {
+    std::vector<unsigned char> bytes = std::vector<unsigned char>(SETTINGS_SIZE, 0);
+
+    void put32(size_t offset, uint32_t value)
+    {
+        for (int i = 0; i < 4; i++)
+            bytes[offset + i] = static_cast<unsigned char>(value >> (8 * i));
+    }
+    int32_t get32(size_t offset) const
+    {
+        uint32_t v = 0;
+        for (int i = 0; i < 4; i++)
+            v |= static_cast<uint32_t>(bytes[offset + i]) << (8 * i);
+        return static_cast<int32_t>(v);
+    }
+    void set_cell(int x, int y, unsigned char value) { bytes[SETTINGS_CELLS + x * 64 + y] = value; }
+};
+
+static std::vector<unsigned char> read_file(const std::string &path)
+{
+    std::ifstream in(path, std::ios::binary);
+    return {std::istreambuf_iterator<char>(in), std::istreambuf_iterator<char>()};
+}
+
+// The toy started with a HOME of our own, which may hold a prepared settings file
+class LumlifeSettings : public ::testing::Test {
+protected:
+    XVFB xvfb;
+    PROCESS toy;
+    std::string home;
+
+    void SetUp() override
+    {
+        std::string error;
+        ASSERT_TRUE(xvfb_start(xvfb, error)) << error;
+        home = process_temp_dir("lumlife-home");
+        ASSERT_FALSE(home.empty());
+    }
+
+    void TearDown() override
+    {
+        process_stop(toy);
+        xvfb_stop(xvfb);
+        process_remove_dir(home);
+    }
+
+    std::string settings_path() const { return home + "/.kobaltine/lumlife/settings.cfg"; }
+
+    void prepare(const std::vector<unsigned char> &bytes)
+    {
+        ASSERT_EQ(std::system(("mkdir -p '" + home + "/.kobaltine/lumlife'").c_str()), 0);
+        std::ofstream out(settings_path(), std::ios::binary);
+        out.write(reinterpret_cast<const char *>(bytes.data()), static_cast<std::streamsize>(bytes.size()));
+        ASSERT_TRUE(out.good());
+    }
+
+    void start()
+    {
+        std::string error;
+        ASSERT_TRUE(process_start(toy, {LUMLIFE_PATH}, xvfb.display, error, {"HOME=" + home})) << error;
+    }
+
+    // A line matching `pattern` entirely (with or without the log prefix) from line `from` on
+    int line(const std::string &pattern, size_t from = 0)
+    {
+        return process_wait_line(toy, std::regex("^(" + std::string(LOG_PREFIX).substr(1) + ")?" + pattern + "$"),
+                                 LOG_SECONDS, from);
+    }
+
+    // Hold Escape until the toy quits, then wait for it to end with status 0
+    void quit_with_escape()
+    {
+        ASSERT_GE(line(literal("changed logic rate 0 -> 60")), 0) << process_transcript(toy);
+        ASSERT_EQ(process_xdotool(xvfb.display, {"mousemove", "480", "320", "keydown", "Escape"}), 0);
+        int quitting = line(literal("Quitting..."));
+        EXPECT_EQ(process_xdotool(xvfb.display, {"keyup", "Escape"}), 0);
+        ASSERT_GE(quitting, 0) << process_transcript(toy);
+        ASSERT_TRUE(process_wait_exit(toy, EXIT_SECONDS)) << process_transcript(toy);
+        EXPECT_TRUE(WIFEXITED(toy.status) && WEXITSTATUS(toy.status) == 0) << describe_status(toy.status);
+    }
+};
+
+// A prepared file is read, reported and applied, and written back unchanged on exit
+TEST_F(LumlifeSettings, APreparedFileIsLoadedAppliedAndRewrittenOnExit)
+{
+    SETTINGS_BYTES s;
+    s.bytes[3] = 1;          // birth on 3 and 6
+    s.bytes[6] = 1;
+    s.bytes[10 + 2] = 1;     // survival on 2 and 3
+    s.bytes[10 + 3] = 1;
+    s.put32(20, 1);          // dead border
+    s.put32(24, 20);         // 20 generations per second
+    s.put32(32, 1);          // counter shown
+    s.put32(36, 2);          // colours, icons, glow
+    s.put32(40, 8);
+    s.put32(44, 3);
+    s.put32(48, 4);
+    s.put32(52, 1);
+    s.put32(56, 0x12345678); // reserved, kept as read
+    const int glider[][2] = {{1, 0}, {2, 1}, {0, 2}, {1, 2}, {2, 2}};
+    for (const auto &c : glider)
+        s.set_cell(10 + c[0], 5 + c[1], 1);
+    s.set_cell(47, 29, 1);
+    s.put32(SETTINGS_STEPS, 77);
+    prepare(s.bytes);
+    start();
+
+    int read = line(literal("read 4172 bytes"));
+    ASSERT_GE(read, 0) << process_transcript(toy);
+    EXPECT_GE(line(literal("settings (4172 bytes):"), read + 1), 0) << process_transcript(toy);
+    int config = line(literal("CONFIG SET: b36s23d"), read + 1);
+    ASSERT_GE(config, 0) << process_transcript(toy);
+    int rules = line(literal("RULES: B36/S23, dead border"), config + 1);
+    ASSERT_GE(rules, 0) << process_transcript(toy);
+    EXPECT_EQ(line(literal("step 77"), rules + 1), rules + 1) << process_transcript(toy);
+
+    quit_with_escape();
+    int bye = line(literal("Bye! :)"));
+    EXPECT_GT(line(literal("wrote 4172 bytes"), bye + 1), bye) << process_transcript(toy);
+    // Nothing ran the automaton, so the file comes back exactly as it was
+    EXPECT_EQ(read_file(settings_path()), s.bytes);
+}
+
+// Without a file the defaults stand, and exit writes them
+TEST_F(LumlifeSettings, WithoutAFileTheDefaultsStandAndExitWritesThem)
+{
+    start();
+    int config = line(literal("CONFIG SET: b3s23w"));
+    ASSERT_GE(config, 0) << process_transcript(toy);
+    int rules = line(literal("RULES: B3/S23, wrap border"), config + 1);
+    ASSERT_GE(rules, 0) << process_transcript(toy);
+    EXPECT_EQ(line(literal("step 0 (random fill %50)"), rules + 1), rules + 1) << process_transcript(toy);
+    EXPECT_LT(process_wait_line(toy, std::regex("read [0-9]+ bytes"), 0.0), 0) << process_transcript(toy);
+    quit_with_escape();
+    EXPECT_GE(line(literal("wrote 4172 bytes")), 0) << process_transcript(toy);
+    SETTINGS_BYTES saved;
+    saved.bytes = read_file(settings_path());
+    ASSERT_EQ(saved.bytes.size(), SETTINGS_SIZE);
+    EXPECT_EQ(saved.bytes[3], 1);
+    EXPECT_EQ(saved.bytes[12], 1);
+    EXPECT_EQ(saved.bytes[13], 1);
+    EXPECT_EQ(saved.get32(20), 0);
+    EXPECT_EQ(saved.get32(24), 60);
+    EXPECT_EQ(saved.get32(28), 0);
+    EXPECT_EQ(saved.get32(32), 1);
+    EXPECT_EQ(saved.get32(static_cast<size_t>(SETTINGS_STEPS)), 0);
+    int alive = 0;
+    for (int x = 0; x < 48; x++)
+        for (int y = 0; y < 30; y++)
+            alive += saved.bytes[SETTINGS_CELLS + x * 64 + y];
+    EXPECT_GT(alive, 500) << "a random grid at 50 %";
+    EXPECT_LT(alive, 940) << "a random grid at 50 %";
+}
+
+// A damaged file (oversized, full of garbage) neither stops the toy nor survives the next save
+TEST_F(LumlifeSettings, ADamagedFileIsBroughtIntoRangeAndReplacedOnExit)
+{
+    std::vector<unsigned char> garbage(10000);
+    for (size_t i = 0; i < garbage.size(); i++)
+        garbage[i] = static_cast<unsigned char>(0x80 + (i * 37) % 128);
+    prepare(garbage);
+    start();
+    ASSERT_GE(line(literal("read 4172 bytes")), 0) << process_transcript(toy);
+    quit_with_escape();
+    SETTINGS_BYTES saved;
+    saved.bytes = read_file(settings_path());
+    ASSERT_EQ(saved.bytes.size(), SETTINGS_SIZE);
+    EXPECT_TRUE(saved.get32(20) >= 0 && saved.get32(20) <= 2);
+    EXPECT_TRUE(saved.get32(24) >= 1 && saved.get32(24) <= 60);
+    EXPECT_TRUE(saved.get32(36) >= 0 && saved.get32(36) <= 7);
+    EXPECT_TRUE(saved.get32(40) >= 0 && saved.get32(40) <= 8);
+    EXPECT_TRUE(saved.get32(44) >= 0 && saved.get32(44) <= 15);
+    EXPECT_TRUE(saved.get32(48) >= 0 && saved.get32(48) <= 15);
+    EXPECT_TRUE(saved.get32(52) >= 0 && saved.get32(52) <= 1);
+    for (int x = 0; x < 64; x++)
+        for (int y = 0; y < 64; y++)
+            if (x >= 48 || y >= 30) {
+                ASSERT_EQ(saved.bytes[SETTINGS_CELLS + x * 64 + y], 0) << x << "," << y;
+            }
+}
+
+//----------------------------------------------------------------------------------
 // A machine without a display or a sound device
 //----------------------------------------------------------------------------------
 // Without a display the toy cannot show anything or receive input: it says so and ends at once
@@ -316,8 +516,10 @@ TEST(LumlifeWithout, DisplayItSaysSoAndEndsWithStatusZero)
     EXPECT_GT(quitting, found) << process_transcript(toy);
     ASSERT_TRUE(process_wait_exit(toy, EXIT_SECONDS)) << "the toy ran on without a display\n" << process_transcript(toy);
     EXPECT_TRUE(WIFEXITED(toy.status) && WEXITSTATUS(toy.status) == 0) << describe_status(toy.status);
-    EXPECT_TRUE(std::regex_search(toy.lines.back(), std::regex(LOG_PREFIX + literal("Bye! :)") + "$")))
-        << process_transcript(toy);
+    int bye = process_wait_line(toy, std::regex(LOG_PREFIX + literal("Bye! :)") + "$"), 0.0);
+    EXPECT_GT(bye, quitting) << process_transcript(toy);
+    EXPECT_GT(process_wait_line(toy, std::regex(LOG_PREFIX + literal("wrote 4172 bytes") + "$"), 0.0), bye)
+        << "the settings are saved as usual\n" << process_transcript(toy);
     process_stop(toy);
 }
 

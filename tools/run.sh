@@ -44,8 +44,9 @@ wait_for() {
   return 1
 }
 
-# Xvfb chooses a free display number itself and writes it to the file when it is ready.
-Xvfb -displayfd 3 -screen 0 1920x1080x24 -nolisten tcp 3>"$work/display" >"$work/xvfb.log" 2>&1 &
+# Xvfb chooses a free display number itself and writes it to the file when it is ready; it must
+# not reset when the toy, its last client, goes away before the Escape key is released.
+Xvfb -displayfd 3 -screen 0 1920x1080x24 -nolisten tcp -noreset 3>"$work/display" >"$work/xvfb.log" 2>&1 &
 xvfb_pid=$!
 if ! wait_for 20 test -s "$work/display"; then
   echo "run: the virtual X display did not start (see $work/xvfb.log)" >&2
@@ -55,7 +56,7 @@ export DISPLAY=":$(head -n1 "$work/display")"
 
 "$build/lumlife" > >(tee "$work/lumlife.log") &
 toy_pid=$!
-if ! wait_for 30 grep -qF "changed logic rate" "$work/lumlife.log"; then
+if ! wait_for 30 grep -sqF "changed logic rate" "$work/lumlife.log"; then
   echo "run: the toy did not start its main loop (log: $work/lumlife.log)" >&2
   exit 1
 fi
@@ -65,7 +66,7 @@ sleep 3  # let it run for a few seconds, as a person would watch it
 
 # The toy quits while Escape is held after an event poll: hold it until it says so.
 xdotool mousemove 10 10 keydown Escape
-wait_for 20 grep -qF "Quitting..." "$work/lumlife.log" || true
+wait_for 20 grep -sqF "Quitting..." "$work/lumlife.log" || true
 xdotool keyup Escape
 status=0
 wait "$toy_pid" || status=$?

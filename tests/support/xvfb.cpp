@@ -89,8 +89,10 @@ bool xvfb_start(XVFB &xvfb, std::string &error)
     std::vector<std::string> env;
     for (char **e = environ; *e; e++)
         env.push_back(*e);
+    // NOTE: without -noreset the server resets when its last client leaves, and a client that
+    // connects during the reset (xdotool right after the toy has quit) is refused.
     std::vector<std::string> argv = {"Xvfb", "-displayfd", std::to_string(fds[1]), "-screen", "0",
-                                     XVFB_SCREEN, "-nolisten", "tcp"};
+                                     XVFB_SCREEN, "-nolisten", "tcp", "-noreset"};
     xvfb.pid = process_spawn(argv, env, log, log, fds[1], SIGTERM, error);
     close(fds[1]);
     close(log);

@@ -1,0 +1,239 @@
+// file: all file access of the framework and the application (see file.h).
+#include "file.h"
+
+#include <unistd.h>
+
+#include <cstdint>
+
+#include "lum.h"
+#include "wrapper_file.h"
+
+//----------------------------------------------------------------------------------
+// Constants
+//----------------------------------------------------------------------------------
+constexpr int FILE_NAME_MAX = 1024;  // names given to the open and delete operations, with their base path
+
+//----------------------------------------------------------------------------------
+// Module state
+//----------------------------------------------------------------------------------
+char _filepath[FILE_PATH_MAX];
+static char file_name[FILE_NAME_MAX];  // the full name of the last open or delete in a base path
+
+//----------------------------------------------------------------------------------
+// Private helpers
+//----------------------------------------------------------------------------------
+// Base path + name (null counts as "") into a buffer, cut to fit
+template <size_t N>
+static const char *compose(char (&buffer)[N], const char *base, const char *name)
+{
+    std::snprintf(buffer, N, "%s%s", base, name ? name : "");
+    return buffer;
+}
+
+// Compose a name into the shared result buffer and log it
+static const char *compose_logged(const char *base, const char *name)
+{
+    compose(_filepath, base, name);
+    lum_log(_filepath);
+    return _filepath;
+}
+
+// Open with the log line "file_open_<read|write> '<path>': <OK|FAIL>" and the system's error
+static FILE *open_logged(const char *path, const char *mode, const char *what)
+{
+    FILE *stream = std::fopen(path, mode);
+    lum_logf("file_open_%s '%s': %s\n", what, path, stream ? "OK" : "FAIL");
+    if (!stream)
+        std::perror("file open failed");
+    return stream;
+}
+
+//----------------------------------------------------------------------------------
+// Public functions
+//----------------------------------------------------------------------------------
+const char *file_data_path(const char *name)
+{
+    return compose_logged(wrapper_file_data_path(), name);
+}
+
+const char *file_save_path(const char *name)
+{
+    return compose_logged(wrapper_file_save_path(), name);
+}
+
+const char *file_temp_path(const char *name)
+{
+    return compose_logged(wrapper_file_temp_path(), name);
+}
+
+const char *file_doc_path(const char *name)
+{
+    return compose_logged(wrapper_file_doc_path(), name);
+}
+
+// Open a full path for binary reading
+FILE *file_open_read(const char *path)
+{
+    return open_logged(path, "rb", "read");
+}
+
+// Open a full path for binary writing, truncating an existing file
+FILE *file_open_write(const char *path)
+{
+    return open_logged(path, "wb", "write");
+}
+
+FILE *file_open_data_read(const char *name)
+{
+    return file_open_read(compose(file_name, wrapper_file_data_path(), name));
+}
+
+FILE *file_open_save_read(const char *name)
+{
+    return file_open_read(compose(file_name, wrapper_file_save_path(), name));
+}
+
+FILE *file_open_save_write(const char *name)
+{
+    return file_open_write(compose(file_name, wrapper_file_save_path(), name));
+}
+
+FILE *file_open_temp_read(const char *name)
+{
+    return file_open_read(compose(file_name, wrapper_file_temp_path(), name));
+}
+
+FILE *file_open_temp_write(const char *name)
+{
+    return file_open_write(compose(file_name, wrapper_file_temp_path(), name));
+}
+
+FILE *file_open_doc_read(const char *name)
+{
+    return file_open_read(compose(file_name, wrapper_file_doc_path(), name));
+}
+
+FILE *file_open_doc_write(const char *name)
+{
+    return file_open_write(compose(file_name, wrapper_file_doc_path(), name));
+}
+
+// Flush and close; null is ignored
+void file_close(FILE *stream)
+{
+    if (!stream)
+        return;
+    std::fflush(stream);
+    std::fclose(stream);
+}
+
+// Remove a file, logged; 0, or negative with the system's error printed
+int file_delete(const char *path)
+{
+    lum_logf("delete '%s'\n", path);
+    int result = std::remove(path);
+    if (result < 0)
+        std::perror("file delete failed");
+    return result;
+}
+
+int file_delete_save(const char *name)
+{
+    return file_delete(compose(file_name, wrapper_file_save_path(), name));
+}
+
+int file_delete_temp(const char *name)
+{
+    return file_delete(compose(file_name, wrapper_file_temp_path(), name));
+}
+
+int file_delete_doc(const char *name)
+{
+    return file_delete(compose(file_name, wrapper_file_doc_path(), name));
+}
+
+// Rename a file, logged, replacing `to` atomically if it exists; 0, or negative with the
+// system's error printed
+int file_rename(const char *from, const char *to)
+{
+    lum_logf("rename '%s' to '%s'\n", from, to);
+    int result = std::rename(from, to);
+    if (result < 0)
+        std::perror("file rename failed");
+    return result;
+}
+
+// Push the stream's buffer to the system and the system's cache to the disk; a full disk or a
+// stream that cannot be synchronised (a pipe) gives -1
+int file_sync(FILE *stream)
+{
+    if (std::fflush(stream) != 0)
+        return -1;
+    return fsync(fileno(stream)) == 0 ? 0 : -1;
+}
+
+int file_getc(FILE *stream)
+{
+    return std::fgetc(stream);
+}
+
+int file_putc(FILE *stream, int ch)
+{
+    return std::fputc(ch, stream);
+}
+
+// Two bytes, low first, as a signed 16-bit value
+int file_getw(FILE *stream)
+{
+    uint8_t b[2];
+    if (std::fread(b, sizeof b, 1, stream) != 1)
+        return -1;
+    return static_cast<int16_t>(b[0] | b[1] << 8);
+}
+
+int file_putw(FILE *stream, int value)
+{
+    const uint8_t b[2] = {static_cast<uint8_t>(value), static_cast<uint8_t>(value >> 8)};
+    return static_cast<int>(std::fwrite(b, sizeof b, 1, stream));
+}
+
+// Four bytes, low first, as a signed 32-bit value
+int file_getl(FILE *stream)
+{
+    uint8_t b[4];
+    if (std::fread(b, sizeof b, 1, stream) != 1)
+        return -1;
+    uint32_t u = b[0] | b[1] << 8 | b[2] << 16 | static_cast<uint32_t>(b[3]) << 24;
+    return static_cast<int32_t>(u);
+}
+
+int file_putl(FILE *stream, int value)
+{
+    const uint32_t u = static_cast<uint32_t>(value);
+    const uint8_t b[4] = {static_cast<uint8_t>(u), static_cast<uint8_t>(u >> 8), static_cast<uint8_t>(u >> 16),
+                          static_cast<uint8_t>(u >> 24)};
+    return static_cast<int>(std::fwrite(b, sizeof b, 1, stream));
+}
+
+size_t file_read(FILE *stream, void *buf, size_t n)
+{
+    return std::fread(buf, 1, n, stream);
+}
+
+size_t file_write(FILE *stream, const void *buf, size_t n)
+{
+    return std::fwrite(buf, 1, n, stream);
+}
+
+// The length from the end position, the current position restored
+long file_length(FILE *stream)
+{
+    long position = std::ftell(stream);
+    if (position < 0)
+        return -1;
+    if (std::fseek(stream, 0, SEEK_END) != 0)
+        return -1;
+    long length = std::ftell(stream);
+    std::fseek(stream, position, SEEK_SET);
+    return length;
+}

@@ -1,0 +1,82 @@
+// game: the user's whole state, and the game screen's side of the Life engine.
+// `GAME` holds the rule toggles, border, speed, colours, icons, the frozen grid and the step
+// count; its raw bytes are the settings file, so its layout is fixed and checked below. This
+// module sets its defaults, moves the grid between the engine and the record, and turns the
+// toggles into a rule string for the engine.
+// Depends on: life (the engine), lum (log lines).
+#pragma once
+
+#include <array>
+#include <bit>
+#include <cstddef>
+#include <cstdint>
+
+//----------------------------------------------------------------------------------
+// Constants
+//----------------------------------------------------------------------------------
+constexpr int GAME_RULE_BYTES = 10;     // toggle bytes per rule list; n = 0..8 are used, byte 9 never
+constexpr int GAME_GRID_SIDE = 64;      // the frozen grid is 64 x 64, of which 48 x 30 is used
+
+// Ranges the game screen keeps its values in
+constexpr int GAME_BORDER_WRAP = 0;     // the screen's border numbering (not the engine's)
+constexpr int GAME_BORDER_DEAD = 1;
+constexpr int GAME_BORDER_LIVE = 2;
+constexpr int GAME_FREQ_MIN = 1;        // generations per second while running
+constexpr int GAME_FREQ_MAX = 60;
+constexpr int GAME_FG_MAX = 7;          // cell colours 0..7 (black is not offered for cells)
+constexpr int GAME_BG_MAX = 8;          // backdrop colours 0..8
+constexpr int GAME_ICON_MAX = 15;       // cell and grid icons 0..15
+
+//----------------------------------------------------------------------------------
+// Types
+//----------------------------------------------------------------------------------
+// The settings file is this record's raw little-endian image: no header, no padding but `pad`.
+struct GAME {
+    std::array<uint8_t, GAME_RULE_BYTES> bparams;  // bparams[n] != 0: a dead cell with n live neighbours is born
+    std::array<uint8_t, GAME_RULE_BYTES> sparams;  // sparams[n] != 0: a live cell with n live neighbours survives
+    int32_t border_mode;                           // GAME_BORDER_*: 0 wrap, 1 dead, 2 live
+    int32_t freq;                                  // generations per second while running, 1..60
+    int32_t running;                               // non-zero: the automaton runs by itself
+    int32_t show_steps;                            // non-zero: the generation counter is drawn
+    int32_t fg;                                    // colour index of the cells, 0..7
+    int32_t bg;                                    // colour index of the backdrop, 0..8
+    int32_t icon_cell;                             // icon of a live cell, 0..15
+    int32_t icon_grid;                             // icon of a dead cell, 0..15
+    int32_t icon_glow;                             // glow toggle, 0 or 1
+    std::array<int32_t, 4> pad;                    // reserved; zero when fresh, else kept as read
+    std::array<std::array<uint8_t, GAME_GRID_SIDE>, GAME_GRID_SIDE> cells;  // cells[x][y]; 48 x 30 used
+    uint32_t step_count;                           // generation counter at the time of the save
+};
+
+// The file layout, checked at compile time
+static_assert(std::endian::native == std::endian::little, "the settings file is the record's little-endian image");
+static_assert(sizeof(GAME) == 4172, "the settings file is exactly 4172 bytes");
+static_assert(offsetof(GAME, bparams) == 0);
+static_assert(offsetof(GAME, sparams) == 10);
+static_assert(offsetof(GAME, border_mode) == 20);
+static_assert(offsetof(GAME, freq) == 24);
+static_assert(offsetof(GAME, running) == 28);
+static_assert(offsetof(GAME, show_steps) == 32);
+static_assert(offsetof(GAME, fg) == 36);
+static_assert(offsetof(GAME, bg) == 40);
+static_assert(offsetof(GAME, icon_cell) == 44);
+static_assert(offsetof(GAME, icon_grid) == 48);
+static_assert(offsetof(GAME, icon_glow) == 52);
+static_assert(offsetof(GAME, pad) == 56);
+static_assert(offsetof(GAME, cells) == 72);
+static_assert(offsetof(GAME, step_count) == 4168);
+
+//----------------------------------------------------------------------------------
+// Module state
+//----------------------------------------------------------------------------------
+extern GAME game;
+extern int config_changed;  // non-zero: rebuild the engine's rule from the toggles on the next update
+
+//----------------------------------------------------------------------------------
+// Functions
+//----------------------------------------------------------------------------------
+void game_reset();           // every default; a fresh engine with a random grid
+void game_freeze_cells();    // engine grid and counter -> record
+void game_thaw_cells();      // record -> engine grid (bytes as stored) and counter
+void game_update_config();   // when config_changed: build the rule string, log it, hand it to the engine
+void game_clamp_config();    // bring every screen value into its range (for a record read from a file)
