@@ -3,7 +3,7 @@
 BUILD ?= build
 JOBS ?= $(shell nproc 2>/dev/null || echo 2)
 
-.PHONY: run test bench screenshot build deps clean
+.PHONY: run test bench screenshot art build deps clean
 
 run: build
 	@tools/run.sh $(BUILD)
@@ -18,6 +18,10 @@ bench: build
 # The README's screenshot, made in a virtual X display.
 screenshot: build
 	@tools/run.sh $(BUILD) --screenshot docs/screenshot.png
+
+# The toy's art: regenerates gfx/*.png and the contact sheet docs/art.png from assets/.
+art: build
+	@$(BUILD)/tools/artgen assets gfx docs/art.png
 
 build: deps
 	@cmake -S . -B $(BUILD) -DCMAKE_BUILD_TYPE=RelWithDebInfo --log-level=WARNING

@@ -6,9 +6,11 @@
 #include <cstdio>
 #include <string>
 
+#include "atlas.h"
 #include "file.h"
 #include "game.h"
 #include "lum.h"
+#include "sprite.h"
 #include "turtle.h"
 
 //----------------------------------------------------------------------------------
@@ -19,9 +21,48 @@ constexpr const char *SETTINGS_FILE = "settings.cfg";       // in the per-user s
 constexpr const char *SETTINGS_NEW_FILE = "settings.cfg.new";  // a save in progress, beside it
 constexpr int DUMP_ROW = 16;                                // bytes per hex dump row
 
+// Atlas 0: one 512 x 512 page holding the font (with the interface sprites after its 96
+// characters) and the icon sheets, uploaded without filtering as 16-bit 5-5-5-1 pixels
+constexpr int APP_ATLAS_SIZE = 512;
+constexpr int APP_FONT_FIRST = 32;           // the font's first character
+constexpr int APP_UI_SPRITES_AT = 96;        // the interface sprites follow the 96 text glyphs
+constexpr int APP_SHEET_BORDER = 1;          // a transparent frame around every icon
+constexpr int APP_UPLOAD_FORMAT = 3;         // 5-5-5-1
+constexpr int APP_LOGO_W = 240;
+constexpr int APP_LOGO_H = 64;
+constexpr int APP_ICON_SIDE = 72;
+constexpr std::array<const char *, 4> APP_GAME_ICONS = {
+    "gfx/hollowtide.png", "gfx/orbitcrane.png", "gfx/noiseorchard.png", "gfx/umberdeep.png"};
+
+//----------------------------------------------------------------------------------
+// Module state
+//----------------------------------------------------------------------------------
+SPRITEFONT font8x8;
+SPRITE *glyphs = nullptr;
+SPRITE *sprites = nullptr;
+SPRITE *icons = nullptr;
+int icons_spriteid = 0;
+
 //----------------------------------------------------------------------------------
 // Private helpers
 //----------------------------------------------------------------------------------
+// Build atlas 0: the font, then the maker's logo and the four game icons, in the order the
+// screens address them. Missing images are reported by the atlas and leave their sprites empty.
+static void load_graphics()
+{
+    IMAGE *atlas = atlas_get(0);
+    atlas_create_texture(atlas, APP_ATLAS_SIZE, APP_ATLAS_SIZE);
+    glyphs = sprite_get(sprite_count());
+    atlas_load_font(atlas, &font8x8, APP_FONT_FIRST, file_data_path("gfx/font8x8.png"));
+    sprites = glyphs + APP_UI_SPRITES_AT;
+    icons_spriteid = sprite_count();
+    icons = sprite_get(icons_spriteid);
+    atlas_load_spritesheet(atlas, nullptr, APP_LOGO_W, APP_LOGO_H, 0, APP_SHEET_BORDER, file_data_path("gfx/kobaltine.png"));
+    for (const char *icon : APP_GAME_ICONS)
+        atlas_load_spritesheet(atlas, nullptr, APP_ICON_SIDE, APP_ICON_SIDE, 0, APP_SHEET_BORDER, file_data_path(icon));
+    atlas_upload(atlas, 0, APP_UPLOAD_FORMAT);
+}
+
 // Save the record: written whole to a new file beside the old one, flushed to the disk, then
 // renamed over it. A crash, a kill or a full disk during the save leaves the previous file as
 // it was; a failure to open is silent.
@@ -54,7 +95,7 @@ void app_state_init()
     // stages and the synthesiser switch come with the about screen and the audio modules.
     lum_set_logic_rate(APP_LOGIC_RATE);
     game_reset();
-    // Not yet connected: atlas 0 from the font and the icon sheets comes with the graphics.
+    load_graphics();
     load_settings();
     game_update_config();
     turtle_reset();

@@ -1,7 +1,18 @@
 // main: the application shell, the application's side of the framework contract.
 // Start-up and shut-down hooks, the settings file's load and save, and text utilities.
-// Depends on: lum, file, game, turtle.
+// Depends on: lum, file, atlas, sprite, game, turtle.
 #pragma once
+
+#include "atlas.h"
+
+//----------------------------------------------------------------------------------
+// Module state: shared with every screen
+//----------------------------------------------------------------------------------
+extern SPRITEFONT font8x8;  // the one bitmap font, first character 32
+extern SPRITE *glyphs;      // the font's first glyph
+extern SPRITE *sprites;     // the interface sprites: backings and frame pieces (glyphs + 96)
+extern SPRITE *icons;       // the first icon: the maker's logo, then the four game icons
+extern int icons_spriteid;  // the sprite number of `icons`
 
 //----------------------------------------------------------------------------------
 // Functions

@@ -521,9 +521,10 @@ TEST_F(Wrapper, WindowCloseRequestEndsTheMainLoop)
     ASSERT_EQ(SDL_PushEvent(&quit), 0);
     pin_loaded_libraries();  // the loop shuts SDL down itself
     std::vector<std::string> log = log_messages(capture_stdout([] { EXPECT_EQ(lum_run(0), 0); }));
-    ASSERT_GE(log.size(), 3u);
-    EXPECT_EQ(log[log.size() - 3], "SDL_QUIT");
-    EXPECT_EQ(log[log.size() - 2], "Quitting...");
+    ASSERT_GE(log.size(), 4u);
+    EXPECT_EQ(log[log.size() - 4], "SDL_QUIT");
+    EXPECT_EQ(log[log.size() - 3], "Quitting...");
+    EXPECT_EQ(log[log.size() - 2], "atlas: deleted 0 textures");
     EXPECT_EQ(log[log.size() - 1], "Bye! :)");
 }
 

@@ -3,6 +3,7 @@
 
 #include <GL/gl.h>
 
+#include "atlas.h"
 #include "lum.h"
 #include "wrapper.h"
 
@@ -11,6 +12,11 @@
 //----------------------------------------------------------------------------------
 constexpr double DRAW_NEAR = -100.0;  // depth range of the orthographic projection
 constexpr double DRAW_FAR = 100.0;
+
+//----------------------------------------------------------------------------------
+// Module state
+//----------------------------------------------------------------------------------
+unsigned last_texture = 0;
 
 //----------------------------------------------------------------------------------
 // Public functions
@@ -54,4 +60,19 @@ void draw_reset()
 void draw_flip()
 {
     wrapper_flip_screen();
+}
+
+// Bind a page's texture. The texture matrix divides by the page size, so texture coordinates
+// are given in pixels of the page. Binding the texture that is already bound does nothing: the
+// matrix was set for it when it was bound.
+void draw_bind_texture(const IMAGE *image)
+{
+    if (!image || image->opengl_texture == last_texture)
+        return;
+    glMatrixMode(GL_TEXTURE);
+    glLoadIdentity();
+    glScalef(1.0f / static_cast<float>(image->texture_w), 1.0f / static_cast<float>(image->texture_h), 1.0f);
+    glMatrixMode(GL_MODELVIEW);
+    glBindTexture(GL_TEXTURE_2D, image->opengl_texture);
+    last_texture = image->opengl_texture;
 }

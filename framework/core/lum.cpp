@@ -9,12 +9,16 @@
 // [SECTION] Accessors
 #include "lum.h"
 
+#include <algorithm>
 #include <cstdarg>
 #include <cstdio>
+#include <cstdlib>
 #include <ctime>
 
+#include "atlas.h"
 #include "draw.h"
 #include "input.h"
+#include "poly.h"
 #include "rnd.h"
 #include "sine.h"
 #include "turtle.h"
@@ -63,6 +67,25 @@ void lum_logf(const char *format, ...)
 }
 
 //----------------------------------------------------------------------------------
+// [SECTION] Fatal errors
+//----------------------------------------------------------------------------------
+void lum_assert_fail(const char *text, const char *file, int line, const char *function)
+{
+    std::fflush(stdout);
+    std::fprintf(stderr, "%s:%d: %s: Assertion `%s' failed.\n", file, line, function, text);
+    std::fflush(stderr);
+    std::abort();
+}
+
+void lum_out_of_memory(int line)
+{
+    std::fflush(stdout);
+    std::fprintf(stderr, "line %d: No more memory for allocating data\n", line);
+    std::fflush(stderr);
+    std::exit(1);
+}
+
+//----------------------------------------------------------------------------------
 // [SECTION] Boot screen
 //----------------------------------------------------------------------------------
 constexpr double BOOT_GROWL1_AT = 0.5;     // seconds after start-up: first growl
@@ -70,6 +93,10 @@ constexpr double BOOT_GROWL2_AT = 3.0;     // second growl
 constexpr double BOOT_GROWL1_HZ = 32.704;  // C1
 constexpr double BOOT_GROWL2_HZ = 30.868;  // B0
 constexpr double BOOT_PULSE_DEG = 180.0;   // degrees per second of the background pulse: one beat in 2 s
+constexpr double BOOT_SPIN_DEG = 60.0;     // degrees per second the figure turns
+constexpr double BOOT_BREATHE_DEG = 15.0;  // degrees per second of the figure's breathing: one breath in 24 s
+constexpr double BOOT_BREATHE = 0.25;      // the figure's scale swings this much around 1
+constexpr int BOOT_BLADES = 3;            // blades of the figure, a third of a turn apart
 
 static int boot_step = 0;
 
@@ -92,12 +119,37 @@ static void boot_update()
     }
 }
 
-// A green background pulsing once every two seconds. The spinning three-bladed figure is drawn
-// over it once the polygon module exists.
+// A three-bladed figure spinning at 60 degrees a second and breathing in size, green on a green
+// background that pulses in antiphase once every two seconds. Each blade is a triangle with its
+// tip on the centre and its base h above it, h being a quarter of the display's smaller side.
+// NOTE: the turtle is put on the centre without scaling the position: at start-up it is the
+// zeroed home turtle, whose scale of 0 would put a scaled position in the top-left corner.
 static void boot_render()
 {
-    double beat = 0.5 + 0.5 * sine_deg(BOOT_PULSE_DEG * lum_seconds());
+    double t = lum_seconds();
+    double beat = 0.5 + 0.5 * sine_deg(BOOT_PULSE_DEG * t);
     draw_clear(0.0f, static_cast<float>(1.0 - beat), 0.0f);
+    TURTLE saved = turtle;
+    turtle_set_rgba(0.0, beat, 0.0, 1.0);
+    double w = lum_w();
+    double h = lum_h();
+    int blade = static_cast<int>(std::min(w, h) / 4.0);
+    turtle_set_pos_unscaled(w / 2.0, h / 2.0);
+    turtle_set_scale(1.0 + BOOT_BREATHE * sine_deg(BOOT_BREATHE_DEG * t));
+    turtle_set_angle(BOOT_SPIN_DEG * t);
+    poly_draw_start();
+    for (int i = 0; i < BOOT_BLADES; i++) {
+        turtle_trans(-blade, blade);
+        poly_point();
+        turtle_trans(2 * blade, 0.0);
+        poly_point();
+        turtle_trans(-blade, -blade);
+        poly_point();
+        poly_plot();
+        turtle_turn(360.0 / BOOT_BLADES);
+    }
+    poly_draw_end();
+    turtle = saved;
 }
 
 STATE lum_state = {nullptr, boot_update, boot_render, nullptr};
@@ -116,8 +168,9 @@ int lum_init()
     mrand_seed = static_cast<uint32_t>(std::time(nullptr));
     input_init();
     wrapper_init();
-    // Not yet connected: the effect slots and the sprite atlas start here, between the platform
-    // and the sine table, once those modules exist.
+    // Not yet connected: the effect slots start here, between the platform and the atlas, once
+    // the synthesiser exists.
+    atlas_init();
     init_sine_table();
     turtle_home();
     lum_set_logic_rate(LUM_DEFAULT_RATE);
@@ -133,8 +186,7 @@ void lum_exit()
     if (!is_init_)
         return;
     lum_log("Quitting...");
-    // Not yet connected: the atlas textures are freed here, before the platform goes, once the
-    // atlas module exists.
+    atlas_exit();  // textures go while the OpenGL context still exists
     wrapper_exit();
     is_init_ = 0;
     lum_log("Bye! :)");

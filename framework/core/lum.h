@@ -2,7 +2,7 @@
 // Start-up and shut-down, the fixed-rate logic loop with its timing, frame counting and quit
 // handling, the log-line convention every module uses, the audio switches shared with the audio
 // thread, and the boot screen that is current until the application switches to its own.
-// Depends on: wrapper (platform), state, input, rnd, sine, turtle, draw.
+// Depends on: wrapper (platform), state, input, rnd, sine, turtle, draw, atlas, poly.
 #pragma once
 
 #include <cstdint>
@@ -71,3 +71,14 @@ void lum_logf(const char *format, ...) __attribute__((format(printf, 1, 2)));  /
 
 // A trace line: the prefix, then the source line and the function's name.
 #define LUM_TRACE() lum_logf("line %d: %s\n", __LINE__, __func__)
+
+// Assertions that stay on in every build (release builds define NDEBUG, which would silence the
+// standard assert): a failure prints "<file>:<line>: <function>: Assertion `<text>' failed." on
+// standard error and aborts. The text is the condition exactly as written.
+#define LUM_ASSERT(condition) \
+    ((condition) ? static_cast<void>(0) : lum_assert_fail(#condition, __FILE__, __LINE__, __func__))
+[[noreturn]] void lum_assert_fail(const char *text, const char *file, int line, const char *function);
+
+// Running out of memory where the framework cannot go on: "line <line>: No more memory for
+// allocating data" on standard error, then exit with status 1.
+[[noreturn]] void lum_out_of_memory(int line);

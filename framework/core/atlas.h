@@ -1,0 +1,137 @@
+// atlas: the sprite atlas.
+// Turns image files into sprites: sprite sheets are cut into trimmed tiles and font images into
+// glyph tiles, every piece is packed into one RGBA page per atlas, and the page is uploaded as
+// one texture. Building an atlas is always: atlas_create_texture, any number of loads and adds,
+// atlas_upload (which discards the packer). Only one packer exists at a time, so atlases are
+// built one after another.
+// Depends on: texture-atlas (packing), wrapper_image (decoding), sprite (drawing), draw (binding),
+// lum (log lines), OpenGL.
+#pragma once
+
+#include <array>
+#include <cstdint>
+
+struct texture_atlas_t;
+
+//----------------------------------------------------------------------------------
+// Constants
+//----------------------------------------------------------------------------------
+constexpr int ATLAS_MAX = 16;      // atlases; an index selects atlas index & 15
+constexpr int SPRITE_MAX = 4096;   // sprites; an index selects sprite index & 4095
+constexpr int ATLAS_BATCHES = 2;   // per atlas: 0 alpha-blended, 1 additive
+
+// The frame written around a piece (the `border` argument of the add and load functions)
+constexpr int ATLAS_BORDER_NONE = 0;    // no frame, no spare line
+constexpr int ATLAS_BORDER_CLEAR = 1;   // transparent black (also any other non-zero value)
+constexpr int ATLAS_BORDER_EXTEND = 2;  // the piece's edge pixels repeated
+constexpr int ATLAS_BORDER_WRAP = 3;    // the opposite edge's pixels, as for a tiling texture
+
+// Texel formats of atlas_upload
+constexpr int ATLAS_FORMAT_RGBA = 0;    // four bytes (also any value not listed here)
+constexpr int ATLAS_FORMAT_ALPHA = 1;   // one byte, taken from red, as alpha only
+constexpr int ATLAS_FORMAT_4444 = 2;    // 16 bits: 4 each of red, green, blue, alpha
+constexpr int ATLAS_FORMAT_5551 = 3;    // 16 bits: 5 each of red, green, blue, 1 of alpha
+
+//----------------------------------------------------------------------------------
+// Types
+//----------------------------------------------------------------------------------
+// One texture page
+struct IMAGE {
+    const char *name;         // for log lines; null after atlas_create_texture
+    int32_t texture_w;        // page size in pixels, powers of two
+    int32_t texture_h;
+    uint32_t opengl_texture;  // graphics texture name, 0 when none
+    int32_t markerx;          // kept in the record; not used by the atlas
+    int32_t markery;
+    int32_t markerh;
+    uint8_t *rgba;            // texture_w * texture_h pixels R, G, B, A, rows from the top; owned, kept after upload
+};
+
+// One vertex of a batched sprite; a sprite takes four consecutive vertices
+struct BATCH_ITEM {
+    float x, y, z;            // screen position
+    int16_t u, v;             // texture position in pixels
+    uint8_t r, g, b, a;       // colour 0..255
+    float pad[3];             // unused: keeps a vertex 32 bytes long
+};
+static_assert(sizeof(BATCH_ITEM) == 32, "the vertex arrays are drawn with a 32-byte stride");
+
+// A batch of quads waiting to be drawn with one call
+struct ATLAS_BATCH {
+    BATCH_ITEM *entry;        // 4 * size vertices; null until the first plot
+    int32_t count;            // sprites plotted since the last draw
+    int32_t size;             // sprites the storage holds
+    int32_t max;              // growth limit
+};
+
+// An atlas: its page, followed by its two batches. The page comes first, so a pointer to the
+// IMAGE of an atlas is also a pointer to the whole ATLAS (atlas_from_image).
+struct ATLAS {
+    IMAGE image;
+    ATLAS_BATCH batch[ATLAS_BATCHES];
+};
+
+// A packed piece of a page. All fields but the last are signed 16-bit.
+struct SPRITE {
+    int16_t atlasx, atlasy;   // top-left pixel of the piece within the page
+    int16_t w, h;             // size of the piece (after trimming)
+    int16_t boxx, boxy;       // where the trimmed piece starts inside its tile (sheets only)
+    int16_t boxw, boxh;       // size of the untrimmed tile (sheets) or of the glyph box (fonts)
+    int16_t xoff, yoff;       // offset of the piece's centre from the tile's centre (sheets only)
+    IMAGE *atlas;             // the page holding the pixels
+};
+
+// Decoded pixels
+struct RGBA_DATA {
+    int32_t w, h;
+    uint8_t *bytes;           // w * h pixels R, G, B, A, rows from the top
+};
+
+// A sprite sheet being cut into tiles
+struct SPRITESHEET {
+    int32_t total;            // tiles wanted, 0 = as many as the sheet holds; on return the count taken
+    int32_t uploaded;         // not used by the atlas
+    int32_t spritew, spriteh; // tile size in pixels
+    RGBA_DATA *rgba;          // the decoded sheet
+};
+
+// A bitmap font: consecutive glyph sprites, one per character code from `first` on
+struct SPRITEFONT {
+    unsigned glyphbase;       // sprite index of the first glyph
+    unsigned first;           // character code of the first glyph
+    unsigned count;           // number of glyphs
+    SPRITE *glyphs;           // the first glyph's sprite
+};
+
+//----------------------------------------------------------------------------------
+// Module state
+//----------------------------------------------------------------------------------
+extern std::array<ATLAS, ATLAS_MAX> atlas_;
+extern std::array<SPRITE, SPRITE_MAX> sprites_;
+extern int spritecount;       // sprites in use; sprites are never removed
+
+//----------------------------------------------------------------------------------
+// Functions
+//----------------------------------------------------------------------------------
+int atlas_init();                      // logs "atlas: init", zeroes the atlases (not the sprites); 0
+void atlas_exit();                     // deletes the textures, frees the batches, pages and packer
+IMAGE *atlas_get(int index);           // the page of atlas index & 15
+ATLAS *atlas_get_full(int index);      // the whole atlas index & 15
+ATLAS *atlas_from_image(IMAGE *image); // the atlas whose page this is
+
+RGBA_DATA *rgba_load(const char *path);  // decoded file, or null
+void rgba_free(RGBA_DATA *rgba);         // null is ignored
+
+// A blank magenta page and a new packer; null (and nothing being built) when too large
+uint8_t *atlas_create_texture(IMAGE *image, int w, int h);
+// The new sprite; null for an unusable piece or a full sprite table; a full page aborts
+SPRITE *atlas_add_rgba_image(IMAGE *image, const uint8_t *pixels, int w, int h, int stride, int border);
+int atlas_add_sprite_sheet(IMAGE *image, SPRITESHEET *sheet, int border);  // 0, tiles left over, -1 unusable
+int atlas_add_glyphs(IMAGE *image, const RGBA_DATA *rgba, int border);     // glyphs added, or -1
+int atlas_load_spritesheet(IMAGE *image, SPRITESHEET *sheet, int spritew, int spriteh, int total,
+                           int border, const char *path);                  // as above, -2 undecodable
+int atlas_load_font(IMAGE *image, SPRITEFONT *font, int first, const char *path);  // 0 or -1 .. -5
+int atlas_upload(IMAGE *image, int linear, int format);  // 1, or -1 null, -2 no pixels, -3 upload failed
+int atlas_update_texture(IMAGE *image);                  // re-send the page as it is; 1, or -1
+int atlas_draw_full(IMAGE *image);                       // the whole page as one sprite; 1, or -1
+texture_atlas_t *atlas_packer();       // the packer of the page being built; null once uploaded
