@@ -6,8 +6,6 @@
 // the committed files.
 #include <gtest/gtest.h>
 
-#include <dlfcn.h>
-#include <link.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
@@ -26,7 +24,7 @@
 #include "lum.h"
 #include "process.h"
 #include "sprite.h"
-#include "xvfb.h"
+#include "test_display.h"
 
 //----------------------------------------------------------------------------------
 // Constants
@@ -60,11 +58,6 @@ constexpr std::array<SHEET_FILE, 5> SHEETS = {{
 constexpr std::array<const char *, 7> GENERATED = {
     "gfx/font8x8.png",     "gfx/kobaltine.png", "gfx/hollowtide.png", "gfx/orbitcrane.png",
     "gfx/noiseorchard.png", "gfx/umberdeep.png", "docs/art.png",
-};
-
-// Variables of the real user's session that must not reach SDL, Mesa or Xlib in a test
-constexpr std::array<const char *, 6> SESSION_VARS = {
-    "WAYLAND_DISPLAY", "XAUTHORITY", "XDG_CONFIG_HOME", "XDG_DATA_HOME", "XDG_CACHE_HOME", "XDG_STATE_HOME",
 };
 
 //----------------------------------------------------------------------------------
@@ -118,16 +111,6 @@ static double peak_light(const GLYPH_PIXELS &g)
     return peak;
 }
 
-// Pin every loaded shared library in memory until the process ends. Mesa unloads its driver
-// when SDL closes the display, and a leak inside an unloaded library cannot be traced to it, so
-// the leak checker's suppressions for system libraries would not apply.
-static int pin_library(dl_phdr_info *info, size_t, void *)
-{
-    if (info->dlpi_name && info->dlpi_name[0])
-        dlopen(info->dlpi_name, RTLD_NOW | RTLD_NOLOAD | RTLD_NODELETE);
-    return 0;
-}
-
 // A whole file's bytes; empty when it cannot be read
 static std::string file_bytes(const std::string &path)
 {
@@ -154,23 +137,14 @@ static std::string artgen_path()
 //----------------------------------------------------------------------------------
 class Art : public ::testing::Test {
 protected:
-    XVFB xvfb;
-    std::string home;
+    TEST_DISPLAY display;
     IMAGE *page = nullptr;
     SPRITEFONT font{};
 
     void SetUp() override
     {
         std::string error;
-        ASSERT_TRUE(xvfb_start(xvfb, error)) << error;
-        home = process_temp_dir("lumtest-home");
-        ASSERT_FALSE(home.empty());
-        for (const char *var : SESSION_VARS)
-            unsetenv(var);
-        setenv("DISPLAY", xvfb.display.c_str(), 1);
-        setenv("HOME", home.c_str(), 1);
-        setenv("SDL_AUDIODRIVER", "dummy", 1);
-        setenv("SDL_VIDEODRIVER", "x11", 1);
+        ASSERT_TRUE(test_display_start(display, error)) << error;
         ASSERT_EQ(lum_init(), 1);
         ASSERT_EQ(lum_graphics(WINDOW_W, WINDOW_H, 0, 0), 1);
         atlas_init();
@@ -187,10 +161,9 @@ protected:
             std::free(page->rgba);
             page->rgba = nullptr;
         }
-        dl_iterate_phdr(pin_library, nullptr);
+        test_display_pin_libraries();
         lum_exit();
-        xvfb_stop(xvfb);
-        process_remove_dir(home);
+        test_display_stop(display);
     }
 
     // The sprite of a character code

@@ -7,9 +7,6 @@
 #include <gtest/gtest.h>
 
 #include <GL/gl.h>
-#include <dlfcn.h>
-#include <link.h>
-#include <unistd.h>
 #include <zlib.h>
 
 #include <array>
@@ -21,16 +18,17 @@
 #include <vector>
 
 #include "atlas.h"
+#include "capture.h"
 #include "draw.h"
 #include "lum.h"
 #include "png.h"
 #include "process.h"
 #include "sprite.h"
+#include "test_display.h"
 #include "texture-atlas.h"
 #include "turtle.h"
 #include "wrapper.h"
 #include "wrapper_image.h"
-#include "xvfb.h"
 
 namespace {
 
@@ -39,11 +37,6 @@ namespace {
 //----------------------------------------------------------------------------------
 constexpr int WINDOW_W = 128;  // the window of the tests that need a video mode
 constexpr int WINDOW_H = 128;
-
-// Variables of the real user's session that must not reach SDL, Mesa or Xlib in a test
-const char *const SESSION_VARS[] = {
-    "WAYLAND_DISPLAY", "XAUTHORITY", "XDG_CONFIG_HOME", "XDG_DATA_HOME", "XDG_CACHE_HOME", "XDG_STATE_HOME",
-};
 
 //----------------------------------------------------------------------------------
 // Pixels
@@ -103,51 +96,6 @@ PX piece_at(const SPRITE *sprite, int x, int y)
 //----------------------------------------------------------------------------------
 // Log capture
 //----------------------------------------------------------------------------------
-// Run `body` with standard output going to a temporary file; returns what was written
-std::string capture_stdout(const std::function<void()> &body)
-{
-    std::fflush(stdout);
-    std::FILE *file = std::tmpfile();
-    if (!file)
-        return "<cannot capture standard output>";
-    int saved = dup(STDOUT_FILENO);
-    dup2(fileno(file), STDOUT_FILENO);
-    body();
-    std::fflush(stdout);
-    dup2(saved, STDOUT_FILENO);
-    close(saved);
-    std::string text;
-    std::rewind(file);
-    char buffer[1024];
-    size_t n;
-    while ((n = std::fread(buffer, 1, sizeof buffer, file)) > 0)
-        text.append(buffer, n);
-    std::fclose(file);
-    return text;
-}
-
-// The messages of captured log lines, each with its "[lum <seconds>s (<tick>)] " prefix checked
-// and removed
-std::vector<std::string> log_messages(const std::string &text)
-{
-    static const std::regex prefix(R"(^\[lum -?[0-9]+\.[0-9]{2}s \([0-9]+\)\] )");
-    std::vector<std::string> messages;
-    size_t start = 0;
-    while (start < text.size()) {
-        size_t end = text.find('\n', start);
-        if (end == std::string::npos)
-            end = text.size();
-        std::string line = text.substr(start, end - start);
-        std::smatch m;
-        if (std::regex_search(line, m, prefix))
-            messages.push_back(m.suffix());
-        else
-            ADD_FAILURE() << "log line without the prefix: '" << line << "'";
-        start = end + 1;
-    }
-    return messages;
-}
-
 // The log messages `body` writes
 std::vector<std::string> logged(const std::function<void()> &body)
 {
@@ -341,34 +289,15 @@ protected:
     }
 };
 
-// Pin every loaded shared library in memory until the process ends. Mesa unloads its driver
-// when SDL closes the display, and a leak inside an unloaded library cannot be traced to it, so
-// the leak checker's suppressions for system libraries would not apply.
-int pin_library(dl_phdr_info *info, size_t, void *)
-{
-    if (info->dlpi_name && info->dlpi_name[0])
-        dlopen(info->dlpi_name, RTLD_NOW | RTLD_NOLOAD | RTLD_NODELETE);
-    return 0;
-}
-
 // The atlas on the real SDL layer with a small OpenGL window in a private X display
 class AtlasGl : public Atlas {
 protected:
-    XVFB xvfb;
-    std::string home;
+    TEST_DISPLAY display;
 
     void SetUp() override
     {
         std::string error;
-        ASSERT_TRUE(xvfb_start(xvfb, error)) << error;
-        home = process_temp_dir("lumtest-home");
-        ASSERT_FALSE(home.empty());
-        for (const char *var : SESSION_VARS)
-            unsetenv(var);
-        setenv("DISPLAY", xvfb.display.c_str(), 1);
-        setenv("HOME", home.c_str(), 1);
-        setenv("SDL_AUDIODRIVER", "dummy", 1);
-        setenv("SDL_VIDEODRIVER", "x11", 1);
+        ASSERT_TRUE(test_display_start(display, error)) << error;
         capture_stdout([] {
             EXPECT_EQ(lum_init(), 1);
             EXPECT_EQ(wrapper_set_graphics(WINDOW_W, WINDOW_H, 0, 0), 1);
@@ -379,10 +308,9 @@ protected:
     void TearDown() override
     {
         Atlas::TearDown();
-        dl_iterate_phdr(pin_library, nullptr);
+        test_display_pin_libraries();
         capture_stdout(lum_exit);
-        xvfb_stop(xvfb);
-        process_remove_dir(home);
+        test_display_stop(display);
     }
 
     // Upload quietly; returns the result

@@ -19,10 +19,10 @@
 #include <filesystem>
 #include <fstream>
 #include <iterator>
-#include <regex>
 #include <string>
 #include <vector>
 
+#include "capture.h"
 #include "file.h"
 #include "lum.h"
 #include "wrapper_file.h"
@@ -34,28 +34,6 @@ namespace {
 //----------------------------------------------------------------------------------
 // Helpers
 //----------------------------------------------------------------------------------
-// The messages of captured log lines, each with its "[lum <seconds>s (<tick>)] " prefix checked
-// and removed
-std::vector<std::string> log_messages(const std::string &text)
-{
-    static const std::regex prefix(R"(^\[lum -?[0-9]+\.[0-9]{2}s \([0-9]+\)\] )");
-    std::vector<std::string> messages;
-    size_t start = 0;
-    while (start < text.size()) {
-        size_t end = text.find('\n', start);
-        if (end == std::string::npos)
-            end = text.size();
-        std::string line = text.substr(start, end - start);
-        std::smatch m;
-        if (std::regex_search(line, m, prefix))
-            messages.push_back(m.suffix());
-        else
-            ADD_FAILURE() << "log line without the prefix: '" << line << "'";
-        start = end + 1;
-    }
-    return messages;
-}
-
 using Lines = std::vector<std::string>;
 
 // A fresh directory under /tmp

@@ -4,11 +4,11 @@
 // plotted into (no graphics context exists here).
 #include <gtest/gtest.h>
 
-#include <cstdlib>
 #include <string>
 #include <vector>
 
 #include "atlas.h"
+#include "core_state.h"
 #include "fake_wrapper.h"
 #include "glyphs.h"
 #include "sine.h"
@@ -21,22 +21,6 @@ constexpr float NEAR = 1e-4f;
 constexpr int BASE = 10;        // sprite index of the test font's first glyph
 constexpr unsigned FIRST = 'A'; // the test font covers 'A', 'B', 'C'
 constexpr int PAGE = 256;
-
-// Free every batch's storage and zero the atlases
-void clear_atlases()
-{
-    for (ATLAS &atlas : atlas_) {
-        for (ATLAS_BATCH &batch : atlas.batch)
-            std::free(batch.entry);
-        atlas = ATLAS{};
-    }
-}
-
-std::vector<unsigned char> turtle_bytes()
-{
-    const unsigned char *p = reinterpret_cast<const unsigned char *>(&turtle);
-    return std::vector<unsigned char>(p, p + sizeof turtle);
-}
 
 class Glyphs : public ::testing::Test {
 protected:

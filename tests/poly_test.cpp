@@ -7,6 +7,7 @@
 #include <cmath>
 #include <vector>
 
+#include "core_state.h"
 #include "poly.h"
 #include "sine.h"
 #include "turtle.h"
@@ -14,12 +15,6 @@
 namespace {
 
 constexpr float NEAR = 1e-3f;  // positions built from table sines, which are floats
-
-std::vector<unsigned char> turtle_bytes()
-{
-    const unsigned char *p = reinterpret_cast<const unsigned char *>(&turtle);
-    return std::vector<unsigned char>(p, p + sizeof turtle);
-}
 
 class Poly : public ::testing::Test {
 protected:

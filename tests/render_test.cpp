@@ -5,8 +5,6 @@
 #include <gtest/gtest.h>
 
 #include <GL/gl.h>
-#include <dlfcn.h>
-#include <link.h>
 
 #include <array>
 #include <cmath>
@@ -21,12 +19,11 @@
 #include "glyphs.h"
 #include "lum.h"
 #include "poly.h"
-#include "process.h"
 #include "sine.h"
 #include "sprite.h"
+#include "test_display.h"
 #include "turtle.h"
 #include "wrapper.h"
-#include "xvfb.h"
 
 namespace {
 
@@ -38,11 +35,6 @@ constexpr int WINDOW_H = 240;
 constexpr int PAGE = 64;     // the test atlas page
 constexpr int PIECE = 8;     // side of the square test pieces
 constexpr int TOLERANCE = 2; // colour steps a blended pixel may be off by
-
-// Variables of the real user's session that must not reach SDL, Mesa or Xlib in a test
-const char *const SESSION_VARS[] = {
-    "WAYLAND_DISPLAY", "XAUTHORITY", "XDG_CONFIG_HOME", "XDG_DATA_HOME", "XDG_CACHE_HOME", "XDG_STATE_HOME",
-};
 
 //----------------------------------------------------------------------------------
 // Types
@@ -71,16 +63,6 @@ std::ostream &operator<<(std::ostream &out, const RGB &c)
 //----------------------------------------------------------------------------------
 // Helpers
 //----------------------------------------------------------------------------------
-// Pin every loaded shared library in memory until the process ends. Mesa unloads its driver
-// when SDL closes the display, and a leak inside an unloaded library cannot be traced to it, so
-// the leak checker's suppressions for system libraries would not apply.
-int pin_library(dl_phdr_info *info, size_t, void *)
-{
-    if (info->dlpi_name && info->dlpi_name[0])
-        dlopen(info->dlpi_name, RTLD_NOW | RTLD_NOLOAD | RTLD_NODELETE);
-    return 0;
-}
-
 // The colour of one pixel of the frame being drawn, in screen coordinates (origin at the top
 // left; OpenGL counts rows from the bottom)
 RGB pixel(int x, int y)
@@ -149,8 +131,7 @@ bool enabled(GLenum cap)
 //----------------------------------------------------------------------------------
 class Render : public ::testing::Test {
 protected:
-    XVFB xvfb;
-    std::string home;
+    TEST_DISPLAY display;
     IMAGE *page = nullptr;
     SPRITE *red = nullptr;     // 8 x 8 pieces
     SPRITE *green = nullptr;
@@ -162,15 +143,7 @@ protected:
     void SetUp() override
     {
         std::string error;
-        ASSERT_TRUE(xvfb_start(xvfb, error)) << error;
-        home = process_temp_dir("lumtest-home");
-        ASSERT_FALSE(home.empty());
-        for (const char *var : SESSION_VARS)
-            unsetenv(var);
-        setenv("DISPLAY", xvfb.display.c_str(), 1);
-        setenv("HOME", home.c_str(), 1);
-        setenv("SDL_AUDIODRIVER", "dummy", 1);
-        setenv("SDL_VIDEODRIVER", "x11", 1);
+        ASSERT_TRUE(test_display_start(display, error)) << error;
         ASSERT_EQ(lum_init(), 1);
         ASSERT_EQ(wrapper_set_graphics(WINDOW_W, WINDOW_H, 0, 0), 1);
         ASSERT_EQ(wrapper_display_w(), WINDOW_W);
@@ -183,10 +156,9 @@ protected:
 
     void TearDown() override
     {
-        dl_iterate_phdr(pin_library, nullptr);
+        test_display_pin_libraries();
         lum_exit();
-        xvfb_stop(xvfb);
-        process_remove_dir(home);
+        test_display_stop(display);
     }
 
     void build_atlas()

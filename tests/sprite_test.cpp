@@ -7,11 +7,12 @@
 #include <cmath>
 #include <cstdlib>
 #include <cstring>
-#include <regex>
 #include <string>
 #include <vector>
 
 #include "atlas.h"
+#include "capture.h"
+#include "core_state.h"
 #include "draw.h"
 #include "fake_wrapper.h"
 #include "sine.h"
@@ -25,45 +26,6 @@ using Lines = std::vector<std::string>;
 constexpr float NEAR = 1e-4f;  // corners come from table sines, which are floats
 constexpr int PAGE_W = 256;    // the test page
 constexpr int PAGE_H = 128;
-
-// The messages of captured log lines, each with its "[lum <seconds>s (<tick>)] " prefix checked
-// and removed
-Lines log_messages(const std::string &text)
-{
-    static const std::regex prefix(R"(^\[lum -?[0-9]+\.[0-9]{2}s \([0-9]+\)\] )");
-    Lines messages;
-    size_t start = 0;
-    while (start < text.size()) {
-        size_t end = text.find('\n', start);
-        if (end == std::string::npos)
-            end = text.size();
-        std::string line = text.substr(start, end - start);
-        std::smatch m;
-        if (std::regex_search(line, m, prefix))
-            messages.push_back(m.suffix());
-        else
-            ADD_FAILURE() << "log line without the prefix: '" << line << "'";
-        start = end + 1;
-    }
-    return messages;
-}
-
-// Free every batch's storage and zero the atlases
-void clear_atlases()
-{
-    for (ATLAS &atlas : atlas_) {
-        for (ATLAS_BATCH &batch : atlas.batch)
-            std::free(batch.entry);
-        atlas = ATLAS{};
-    }
-}
-
-// The turtle as a byte image, to see that nothing in it changed
-std::vector<unsigned char> turtle_bytes()
-{
-    const unsigned char *p = reinterpret_cast<const unsigned char *>(&turtle);
-    return std::vector<unsigned char>(p, p + sizeof turtle);
-}
 
 class Sprite : public ::testing::Test {
 protected:

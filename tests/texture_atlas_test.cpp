@@ -15,10 +15,10 @@
 #include <memory>
 #include <ostream>
 #include <random>
-#include <string>
 #include <tuple>
 #include <vector>
 
+#include "death.h"
 #include "texture-atlas.h"
 
 //----------------------------------------------------------------------------------
@@ -163,31 +163,6 @@ TEXTURE_ATLAS_REGION best_place(texture_atlas_t *a, size_t width, size_t height)
     return {std::get<2>(best), std::get<3>(best), static_cast<int32_t>(width), static_cast<int32_t>(height)};
 }
 
-// Set an environment variable for the rest of a scope, then put back what was there
-class ScopedEnv {
-public:
-    ScopedEnv(const char *name, const char *value) : name_(name)
-    {
-        const char *old = std::getenv(name);
-        had_ = old != nullptr;
-        if (had_)
-            old_ = old;
-        setenv(name, value, 1);
-    }
-    ~ScopedEnv()
-    {
-        if (had_)
-            setenv(name_, old_.c_str(), 1);
-        else
-            unsetenv(name_);
-    }
-
-private:
-    const char *name_;
-    bool had_;
-    std::string old_;
-};
-
 class Packer : public ::testing::Test {
 protected:
     void SetUp() override
@@ -197,10 +172,7 @@ protected:
     }
 };
 
-class PackerDeathTest : public ::testing::Test {
-protected:
-    void SetUp() override { GTEST_FLAG_SET(death_test_style, "threadsafe"); }
-};
+using PackerDeathTest = ThreadsafeDeathTest;
 
 }  // namespace
 

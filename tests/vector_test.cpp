@@ -5,11 +5,10 @@
 #include <gtest/gtest.h>
 
 #include <cstdint>
-#include <cstdlib>
 #include <initializer_list>
-#include <string>
 #include <vector>
 
+#include "death.h"
 #include "vector.h"
 
 namespace {
@@ -71,35 +70,7 @@ int probing_compare(const void *value, const void *item)
     return *static_cast<const int *>(item) == probe.match ? 0 : probe.answer;
 }
 
-// Set an environment variable for the rest of a scope, then put back what was there
-class ScopedEnv {
-public:
-    ScopedEnv(const char *name, const char *value) : name_(name)
-    {
-        const char *old = std::getenv(name);
-        had_ = old != nullptr;
-        if (had_)
-            old_ = old;
-        setenv(name, value, 1);
-    }
-    ~ScopedEnv()
-    {
-        if (had_)
-            setenv(name_, old_.c_str(), 1);
-        else
-            unsetenv(name_);
-    }
-
-private:
-    const char *name_;
-    bool had_;
-    std::string old_;
-};
-
-class VectorDeathTest : public ::testing::Test {
-protected:
-    void SetUp() override { GTEST_FLAG_SET(death_test_style, "threadsafe"); }
-};
+using VectorDeathTest = ThreadsafeDeathTest;
 
 constexpr const char *OUT_OF_MEMORY = "line [0-9]+: No more memory for allocating data";
 

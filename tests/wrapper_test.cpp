@@ -5,27 +5,21 @@
 #include <gtest/gtest.h>
 
 #include <GL/gl.h>
-#include <dlfcn.h>
-#include <link.h>
-#include <unistd.h>
 
 #include <chrono>
 #include <cstdio>
-#include <cstdlib>
 #include <cstring>
-#include <functional>
 #include <future>
-#include <regex>
 #include <string>
 #include <vector>
 
 #include "SDL.h"
+#include "capture.h"
 #include "input.h"
 #include "lum.h"
-#include "process.h"
+#include "test_display.h"
 #include "wrapper.h"
 #include "xcapture.h"
-#include "xvfb.h"
 
 //----------------------------------------------------------------------------------
 // Constants
@@ -37,11 +31,6 @@ constexpr int SMALL_H = 240;
 constexpr double WINDOW_WAIT_SECONDS = 10.0;  // how long the X server may take to map a window
 constexpr Uint32 WINDOW_POLL_MS = 10;         // how often the server is asked about the window
 
-// Variables of the real user's session that must not reach SDL, Mesa or Xlib in a test
-static const char *const SESSION_VARS[] = {
-    "WAYLAND_DISPLAY", "XAUTHORITY", "XDG_CONFIG_HOME", "XDG_DATA_HOME", "XDG_CACHE_HOME", "XDG_STATE_HOME",
-};
-
 //----------------------------------------------------------------------------------
 // Helpers
 //----------------------------------------------------------------------------------
@@ -50,66 +39,6 @@ static std::vector<INPUT_EVENT> delivered;  // what the input callback saw
 static void record_event(INPUT_EVENT *e)
 {
     delivered.push_back(*e);
-}
-
-// Pin every loaded shared library in memory until the process ends. Mesa unloads its driver
-// when SDL closes the display, and a leak inside an unloaded library cannot be traced to it, so
-// the leak checker's suppressions for system libraries would not apply.
-static int pin_library(dl_phdr_info *info, size_t, void *)
-{
-    if (info->dlpi_name && info->dlpi_name[0])
-        dlopen(info->dlpi_name, RTLD_NOW | RTLD_NOLOAD | RTLD_NODELETE);
-    return 0;
-}
-
-static void pin_loaded_libraries()
-{
-    dl_iterate_phdr(pin_library, nullptr);
-}
-
-// Run `body` with standard output going to a temporary file; returns what was written
-static std::string capture_stdout(const std::function<void()> &body)
-{
-    std::fflush(stdout);
-    std::FILE *file = std::tmpfile();
-    if (!file)
-        return "<cannot capture standard output>";
-    int saved = dup(STDOUT_FILENO);
-    dup2(fileno(file), STDOUT_FILENO);
-    body();
-    std::fflush(stdout);
-    dup2(saved, STDOUT_FILENO);
-    close(saved);
-    std::string text;
-    std::rewind(file);
-    char buffer[1024];
-    size_t n;
-    while ((n = std::fread(buffer, 1, sizeof buffer, file)) > 0)
-        text.append(buffer, n);
-    std::fclose(file);
-    return text;
-}
-
-// The messages of captured log lines, each with its "[lum <seconds>s (<tick>)] " prefix checked
-// and removed
-static std::vector<std::string> log_messages(const std::string &text)
-{
-    static const std::regex prefix(R"(^\[lum -?[0-9]+\.[0-9]{2}s \([0-9]+\)\] )");
-    std::vector<std::string> messages;
-    size_t start = 0;
-    while (start < text.size()) {
-        size_t end = text.find('\n', start);
-        if (end == std::string::npos)
-            end = text.size();
-        std::string line = text.substr(start, end - start);
-        std::smatch m;
-        if (std::regex_search(line, m, prefix))
-            messages.push_back(m.suffix());
-        else
-            ADD_FAILURE() << "log line without the prefix: '" << line << "'";
-        start = end + 1;
-    }
-    return messages;
 }
 
 static SDL_Event key_event(Uint8 type, SDLKey sym)
@@ -180,24 +109,15 @@ static int key_id_of(SDLKey sym)
 //----------------------------------------------------------------------------------
 class Wrapper : public ::testing::Test {
 protected:
-    XVFB xvfb;
+    TEST_DISPLAY display;
     Display *x = nullptr;  // our own connection, to look at the window as the server sees it
-    std::string home;
 
     void SetUp() override
     {
         std::string error;
-        ASSERT_TRUE(xvfb_start(xvfb, error)) << error;
-        home = process_temp_dir("lumtest-home");
-        ASSERT_FALSE(home.empty());
-        for (const char *var : SESSION_VARS)
-            unsetenv(var);
-        setenv("DISPLAY", xvfb.display.c_str(), 1);
-        setenv("HOME", home.c_str(), 1);
-        setenv("SDL_AUDIODRIVER", "dummy", 1);
-        setenv("SDL_VIDEODRIVER", "x11", 1);
-        x = XOpenDisplay(xvfb.display.c_str());
-        ASSERT_NE(x, nullptr) << "cannot open " << xvfb.display;
+        ASSERT_TRUE(test_display_start(display, error)) << error;
+        x = XOpenDisplay(display.xvfb.display.c_str());
+        ASSERT_NE(x, nullptr) << "cannot open " << display.xvfb.display;
         // The pointer starts at the screen's centre; park it in a corner so that no window of
         // these tests has the pointer over it (no motion events besides the pushed ones).
         XWarpPointer(x, None, DefaultRootWindow(x), 0, 0, 0, 0, DESKTOP_W - 1, DESKTOP_H - 1);
@@ -208,12 +128,11 @@ protected:
     void TearDown() override
     {
         input_set_callback(nullptr);
-        pin_loaded_libraries();
+        test_display_pin_libraries();
         lum_exit();
         if (x)
             XCloseDisplay(x);
-        xvfb_stop(xvfb);
-        process_remove_dir(home);
+        test_display_stop(display);
     }
 
     // Open a small window and deliver whatever the window's appearance queued, then listen
@@ -519,7 +438,7 @@ TEST_F(Wrapper, WindowCloseRequestEndsTheMainLoop)
     ASSERT_EQ(lum_is_quit(), 0) << "run each test in its own process";
     SDL_Event quit = quit_event();
     ASSERT_EQ(SDL_PushEvent(&quit), 0);
-    pin_loaded_libraries();  // the loop shuts SDL down itself
+    test_display_pin_libraries();  // the loop shuts SDL down itself
     std::vector<std::string> log = log_messages(capture_stdout([] { EXPECT_EQ(lum_run(0), 0); }));
     ASSERT_GE(log.size(), 4u);
     EXPECT_EQ(log[log.size() - 4], "SDL_QUIT");
