@@ -12,6 +12,7 @@
 #include <cstdint>
 #include <cstdlib>
 #include <chrono>
+#include <cmath>
 #include <fstream>
 #include <iterator>
 #include <regex>
@@ -286,6 +287,52 @@ TEST_F(Lumlife, BootScreenIsGreenThatPulses)
     EXPECT_GE(greens.size(), 3u) << "the background's green took too few values over " << frames << " frames";
     EXPECT_GE(*greens.rbegin() - *greens.begin(), PULSE_MIN_SPAN)
         << "green stayed within " << *greens.begin() << ".." << *greens.rbegin() << " over " << frames << " frames";
+}
+
+// The boot screen's figure: three blades meeting at the centre, each a quarter turn wide, in the
+// green the background is not. A ring around the centre crosses three blades and three gaps,
+// whatever the figure's angle; it is read once the pulse makes the two greens far apart.
+TEST_F(Lumlife, BootScreenShowsTheThreeBladedFigureAtTheCentre)
+{
+    constexpr int RING_RADIUS = 60;      // inside every blade at any breathing scale
+    constexpr int RING_SAMPLES = 720;
+    constexpr int MIN_CONTRAST = 120;    // background and figure greens at least this far apart
+    ASSERT_TRUE(running());
+    Window w = toy_window();
+    ASSERT_NE(w, None);
+    XCAPTURE_IMAGE image;
+    int background = 0;
+    bool painted = false;  // a window read before the first frame is all black
+    auto deadline = std::chrono::steady_clock::now() + std::chrono::duration<double>(PULSE_SECONDS);
+    for (;;) {
+        ASSERT_TRUE(xcapture_window(x, w, image));
+        ASSERT_EQ(image.w, WINDOW_W);
+        background = image.rgb[(static_cast<size_t>(SAMPLE_Y) * image.w + SAMPLE_X) * 3 + 1];
+        if (painted && std::abs(2 * background - 255) >= MIN_CONTRAST)
+            break;
+        painted = painted || background > 0;
+        ASSERT_LT(std::chrono::steady_clock::now(), deadline) << "the background green stayed near the middle";
+    }
+    int figure_green = 255 - background;
+    int on_figure = 0, changes = 0;
+    bool first = false, previous = false;
+    for (int i = 0; i < RING_SAMPLES; i++) {
+        double a = 2.0 * M_PI * i / RING_SAMPLES;
+        int px = WINDOW_W / 2 + static_cast<int>(std::lround(RING_RADIUS * std::cos(a)));
+        int py = WINDOW_H / 2 + static_cast<int>(std::lround(RING_RADIUS * std::sin(a)));
+        int g = image.rgb[(static_cast<size_t>(py) * image.w + px) * 3 + 1];
+        bool on = std::abs(g - figure_green) < std::abs(g - background);
+        on_figure += on ? 1 : 0;
+        if (i == 0)
+            first = on;
+        else if (on != previous)
+            changes++;
+        previous = on;
+    }
+    if (previous != first)
+        changes++;
+    EXPECT_EQ(changes, 6) << "three blades and three gaps around the centre";
+    EXPECT_NEAR(static_cast<double>(on_figure) / RING_SAMPLES, 0.75, 0.05) << "the blades cover three quarters";
 }
 
 TEST_F(Lumlife, LumshotSavesTheWindowAsAPng)
