@@ -110,7 +110,6 @@ protected:
     std::string home;             // the temporary HOME
     std::string fallback_app;     // set when a test lets the paths fall back to the real home
     std::string fallback_home;
-    bool kobaltine_existed = true;
 
     void SetUp() override
     {
@@ -131,8 +130,11 @@ protected:
             return;
         fs::path kobaltine = fs::path(fallback_home) / ".kobaltine";
         fs::remove_all(kobaltine / fallback_app);
+        // NOTE: removed whenever it is left empty, not only when this test created it: tests
+        // running at the same time in other processes may have created it, and the last one to
+        // finish cannot tell. An empty directory holds nothing of the user's.
         std::error_code ignored;
-        if (!kobaltine_existed)
+        if (fs::is_empty(kobaltine, ignored))
             fs::remove(kobaltine, ignored);
     }
 
@@ -151,7 +153,6 @@ protected:
             GTEST_SKIP() << "this user's password entry has no usable home directory";
         fallback_app = app_name;
         fallback_home = entry->pw_dir;
-        kobaltine_existed = fs::exists(fs::path(fallback_home) / ".kobaltine");
     }
 
     // Request the save path and check that it and the log name the password database's home
