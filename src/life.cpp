@@ -381,10 +381,10 @@ void life_set_step_count(uint32_t sc)
 }
 
 // Apply a rule string letter by letter (any case; other characters are ignored), then report
-// the rule
+// the rule. A null string reads as the empty one.
 int life_parse_rule(const char *argv)
 {
-    const unsigned char *text = reinterpret_cast<const unsigned char *>(argv);
+    const unsigned char *text = reinterpret_cast<const unsigned char *>(argv ? argv : "");
     while (*text) {
         switch (std::tolower(*text)) {
         case 'b':

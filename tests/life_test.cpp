@@ -577,6 +577,13 @@ TEST_F(Life, TheEmptyStringChangesNothingAndReports)
     EXPECT_EQ(fill_percent, 50);
 }
 
+TEST_F(Life, ANullStringReadsAsTheEmptyString)
+{
+    Grid before = read_grid();
+    EXPECT_EQ(rule_report(nullptr), "RULES: B3/S23, wrap border\nstep 0 (random fill %50)\n");
+    EXPECT_EQ(read_grid(), before);
+}
+
 TEST_F(Life, BAndSReadTheirDigitLists)
 {
     EXPECT_EQ(rule_report("B36/S23"), "RULES: B36/S23, wrap border\nstep 0 (random fill %50)\n");
