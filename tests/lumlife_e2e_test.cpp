@@ -557,11 +557,11 @@ TEST_F(LumlifeSettings, ADamagedFileIsBroughtIntoRangeAndReplacedOnExit)
 //----------------------------------------------------------------------------------
 // Without a display the toy cannot show anything or receive input: it says so and ends at once
 // (saving as usual) instead of running unseen.
-TEST(LumlifeWithout, DisplayItSaysSoAndEndsWithStatusZero)
+static void expect_no_display_quits(const std::vector<std::string> &environment)
 {
     PROCESS toy;
     std::string error;
-    ASSERT_TRUE(process_start(toy, {LUMLIFE_PATH}, "", error, {"DISPLAY", "SDL_VIDEODRIVER", "WAYLAND_DISPLAY"})) << error;
+    ASSERT_TRUE(process_start(toy, {LUMLIFE_PATH}, "", error, environment)) << error;
     int found = process_wait_line(toy, std::regex(LOG_PREFIX + literal("No display found: quitting") + "$"), LOG_SECONDS);
     EXPECT_GE(found, 0) << process_transcript(toy);
     int quitting = process_wait_line(toy, std::regex(LOG_PREFIX + literal("Quitting...") + "$"), LOG_SECONDS);
@@ -573,6 +573,17 @@ TEST(LumlifeWithout, DisplayItSaysSoAndEndsWithStatusZero)
     EXPECT_GT(process_wait_line(toy, std::regex(LOG_PREFIX + literal("wrote 4172 bytes") + "$"), 0.0), bye)
         << "the settings are saved as usual\n" << process_transcript(toy);
     process_stop(toy);
+}
+
+TEST(LumlifeWithout, DisplayItSaysSoAndEndsWithStatusZero)
+{
+    expect_no_display_quits({"DISPLAY", "SDL_VIDEODRIVER", "WAYLAND_DISPLAY"});
+}
+
+// An empty SDL_VIDEODRIVER names no driver: the toy must not run unseen on SDL's fallback
+TEST(LumlifeWithout, DisplayAndWithAnEmptyVideoDriverItSaysSoToo)
+{
+    expect_no_display_quits({"DISPLAY", "SDL_VIDEODRIVER=", "WAYLAND_DISPLAY"});
 }
 
 // Without a sound device the toy says so and runs silently: the window opens and Escape ends it

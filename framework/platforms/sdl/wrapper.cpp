@@ -52,14 +52,16 @@ static void start_sdl()
 }
 
 // Whether SDL found a display to show a window on. Without one it falls back to drivers that
-// draw nowhere; those count only when the user asked for them by name.
+// draw nowhere; those count only when the user asked for them by name (an empty name asks for
+// nothing).
 static bool has_display()
 {
     char name[32] = "";
     if (!SDL_WasInit(SDL_INIT_VIDEO) || !SDL_VideoDriverName(name, sizeof name))
         return false;
     bool invisible = std::strcmp(name, "offscreen") == 0 || std::strcmp(name, "dummy") == 0;
-    return !invisible || std::getenv("SDL_VIDEODRIVER");
+    const char *asked = std::getenv("SDL_VIDEODRIVER");
+    return !invisible || (asked && *asked);
 }
 
 // Start the platform. Without a display there is nothing to show and no way to receive input, so
