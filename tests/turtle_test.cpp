@@ -411,3 +411,13 @@ TEST_F(Turtle, AngleToAlwaysLiesWithinHalfATurnAndPointsTheTurtle)
         }
     }
 }
+
+TEST_F(Turtle, ColourBytesAreTheComponentsTimes255TruncatedTowardZero)
+{
+    turtle_set_rgba(1.0, 0.999, 0.5, 0.0);
+    std::array<uint8_t, 4> bytes = turtle_rgba_bytes();
+    EXPECT_EQ(bytes[0], 255);
+    EXPECT_EQ(bytes[1], 254);
+    EXPECT_EQ(bytes[2], 127);
+    EXPECT_EQ(bytes[3], 0);
+}

@@ -10,7 +10,6 @@
 //----------------------------------------------------------------------------------
 constexpr unsigned FLOATS_PER_VERTEX = 3;
 constexpr unsigned BYTES_PER_COLOUR = 4;
-constexpr double COLOUR_SCALE = 255.0;  // a colour component of 1.0 is the byte 255
 
 //----------------------------------------------------------------------------------
 // Module state
@@ -27,12 +26,6 @@ unsigned element_count = 0;
 //----------------------------------------------------------------------------------
 // Private helpers
 //----------------------------------------------------------------------------------
-// A colour component as a byte, truncated toward zero (0.999 gives 254)
-static uint8_t colour_byte(double c)
-{
-    return static_cast<uint8_t>(static_cast<int>(c * COLOUR_SCALE));
-}
-
 // Whether a fan of n points still fits into the frame lists
 static bool poly_fits(unsigned n)
 {
@@ -68,7 +61,8 @@ void poly_point()
         return;
     unsigned i = polylist.count++;
     polylist.point[i] = {static_cast<float>(turtle.x), static_cast<float>(turtle.y), static_cast<float>(turtle.z)};
-    polylist.colour[i] = {colour_byte(turtle.r), colour_byte(turtle.g), colour_byte(turtle.b), colour_byte(turtle.a)};
+    std::array<uint8_t, 4> c = turtle_rgba_bytes();
+    polylist.colour[i] = {c[0], c[1], c[2], c[3]};
 }
 
 // Close the polygon as the fan (base, base + k, base + k + 1).

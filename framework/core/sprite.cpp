@@ -16,7 +16,6 @@
 //----------------------------------------------------------------------------------
 constexpr int VERTICES_PER_SPRITE = 4;
 constexpr int BYTES_PER_SPRITE = VERTICES_PER_SPRITE * static_cast<int>(sizeof(BATCH_ITEM));  // 128
-constexpr double COLOUR_SCALE = 255.0;  // a colour component of 1.0 is the byte 255
 
 //----------------------------------------------------------------------------------
 // Types
@@ -66,12 +65,6 @@ static void sprite_offset_move(const SPRITE *sprite, int flip)
     turtle_trans(xoff, -sprite->yoff);
 }
 
-// A colour component as a byte, truncated toward zero (0.999 gives 254)
-static uint8_t colour_byte(double c)
-{
-    return static_cast<uint8_t>(static_cast<int>(c * COLOUR_SCALE));
-}
-
 // The index of an atlas in the atlas table for log lines; -1 when it is not one of them
 static int atlas_index(const ATLAS *atlas)
 {
@@ -108,7 +101,7 @@ static void batch_make_room(const ATLAS *atlas, int index, ATLAS_BATCH &batch)
 }
 
 // Write one vertex of a batched sprite
-static void batch_vertex(BATCH_ITEM &v, double lx, double ly, int16_t u, int16_t tv, const uint8_t colour[4])
+static void batch_vertex(BATCH_ITEM &v, double lx, double ly, int16_t u, int16_t tv, const std::array<uint8_t, 4> &colour)
 {
     sprite_corner(lx, ly, v.x, v.y);
     v.z = static_cast<float>(turtle.z);
@@ -207,8 +200,7 @@ void sprite_batch_plot(const SPRITE *sprite, int flip, int batch)
         double hw = sprite->w * 0.5 * turtle.scalex;
         double hh = sprite->h * 0.5 * turtle.scaley;
         SPRITE_UV uv = sprite_uv(sprite, flip);
-        const uint8_t colour[4] = {colour_byte(turtle.r), colour_byte(turtle.g), colour_byte(turtle.b),
-                                   colour_byte(turtle.a)};
+        const std::array<uint8_t, 4> colour = turtle_rgba_bytes();
         BATCH_ITEM *v = b.entry + b.count * VERTICES_PER_SPRITE;
         batch_vertex(v[0], -hw, -hh, uv.left, uv.top, colour);
         batch_vertex(v[1], -hw, hh, uv.left, uv.bottom, colour);

@@ -166,3 +166,11 @@ double turtle_dy()
 {
     return -turtle.xsin;
 }
+
+// The colour as vertex bytes; each component times 255, truncated toward zero (0.999 gives 254)
+std::array<uint8_t, 4> turtle_rgba_bytes()
+{
+    constexpr TURTLE_FLOAT BYTE_MAX = 255.0;  // a component of 1.0 is the byte 255
+    auto byte = [](TURTLE_FLOAT c) { return static_cast<uint8_t>(static_cast<int>(c * BYTE_MAX)); };
+    return {byte(turtle.r), byte(turtle.g), byte(turtle.b), byte(turtle.a)};
+}

@@ -5,6 +5,9 @@
 // Depends on: sine (rotation terms).
 #pragma once
 
+#include <array>
+#include <cstdint>
+
 //----------------------------------------------------------------------------------
 // Types
 //----------------------------------------------------------------------------------
@@ -47,3 +50,4 @@ void turtle_point_at(double tx, double ty);            // head toward a point
 double turtle_angle_to(double tx, double ty);          // the signed turn toward a point, -180..180
 double turtle_dx();                                    // unit heading vector on screen: x
 double turtle_dy();                                    // unit heading vector on screen: y
+std::array<uint8_t, 4> turtle_rgba_bytes();           // the colour as bytes r, g, b, a: x 255, truncated
