@@ -7,8 +7,10 @@
 // those tests after the first are skipped rather than run against another test's paths.
 #include <gtest/gtest.h>
 
+#include <fcntl.h>
 #include <pwd.h>
 #include <stdlib.h>
+#include <sys/file.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -110,6 +112,7 @@ protected:
     std::string home;             // the temporary HOME
     std::string fallback_app;     // set when a test lets the paths fall back to the real home
     std::string fallback_home;
+    int fallback_lock = -1;       // held while a test uses the real home's shared directory
 
     void SetUp() override
     {
@@ -136,6 +139,7 @@ protected:
         std::error_code ignored;
         if (fs::is_empty(kobaltine, ignored))
             fs::remove(kobaltine, ignored);
+        close(fallback_lock);
     }
 
     std::string kobaltine() const { return home + "/.kobaltine/"; }
@@ -153,6 +157,11 @@ protected:
             GTEST_SKIP() << "this user's password entry has no usable home directory";
         fallback_app = app_name;
         fallback_home = entry->pw_dir;
+        // The shared ".kobaltine" is created by one test and removed by another once empty;
+        // tests in other processes take turns with it, so none removes it under another.
+        fallback_lock = open("/tmp/lum-file-test-fallback.lock", O_RDWR | O_CREAT | O_CLOEXEC, 0666);
+        ASSERT_GE(fallback_lock, 0);
+        ASSERT_EQ(flock(fallback_lock, LOCK_EX), 0);
     }
 
     // Request the save path and check that it and the log name the password database's home
