@@ -15,7 +15,8 @@ test: build
 bench: build
 	@for b in $(BUILD)/bench/*_bench; do echo "== $$b"; $$b || exit 1; done
 
-# The README's screenshot, made in a virtual X display.
+# The README's screenshots, made in a virtual X display: docs/screenshot.png (landscape) and
+# docs/screenshot-portrait.png (after F1), with a prepared grid in a temporary HOME.
 screenshot: build
 	@tools/run.sh $(BUILD) --screenshot docs/screenshot.png
 

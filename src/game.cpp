@@ -1,11 +1,21 @@
-// game: the user's whole state, and the game screen's side of the Life engine (see game.h).
+// game: the user's whole state, and the game screen (see game.h).
 #include "game.h"
 
 #include <algorithm>
+#include <cmath>
+#include <cstdio>
 #include <cstring>
 
+#include "buttons.h"
+#include "draw.h"
+#include "glyphs.h"
 #include "life.h"
 #include "lum.h"
+#include "main.h"
+#include "rnd.h"
+#include "sounds.h"
+#include "sprite.h"
+#include "turtle.h"
 
 //----------------------------------------------------------------------------------
 // Constants
@@ -19,11 +29,63 @@ constexpr std::array<char, 3> GAME_BORDER_LETTER = {'w', 'd', 'l'};
 // The longest rule string: "b" + 9 digits + "s" + 9 digits + border letter + NUL
 constexpr int GAME_RULE_TEXT_MAX = 1 + GAME_RULE_COUNTS + 1 + GAME_RULE_COUNTS + 1 + 1;
 
+// The game screen
+constexpr int GAME_TICKS_PER_SECOND = 60;        // the logic rate the speed accumulator counts against
+constexpr float GAME_CELL_FALLBACK = 8.0f;       // cell size when the icon sprites are missing or empty
+constexpr int GAME_HOLD_TICKS = 30;              // holding a button this many ticks repeats it every tick
+constexpr float GAME_TOUCH_SLACK = 0.001f;       // pixels a touch is nudged past a cell boundary
+constexpr float GAME_CORNER_INSET = 4.0f;        // layout units from the screen's edge to a side margin
+constexpr int GAME_TOP_ROWS_LANDSCAPE = 31;      // the corner buttons' box ends this many cells down
+constexpr int GAME_TOP_ROWS_PORTRAIT = 49;
+constexpr int GAME_MARGIN_CELLS_LANDSCAPE = 50;  // cells across the grid and its frame, for the margins
+constexpr int GAME_MARGIN_CELLS_PORTRAIT = 32;
+constexpr int GAME_RENDER_CELLS_LANDSCAPE = 32;  // cells down the grid and its frame, for drawing
+constexpr int GAME_RENDER_CELLS_PORTRAIT = 50;
+constexpr int GAME_ICON_LIVE = 0;                // live-cell icons, numbered from `sprites`
+constexpr int GAME_ICON_GRID = 16;               // grid (dead-cell) icons, numbered from `sprites`
+constexpr int GAME_GLYPH_ICONS = 128;            // glyph code of the first live-cell icon
+constexpr int GAME_GLYPH_SOLID = 161;            // glyph code of the solid square
+constexpr int GAME_COLOUR_SQUARES = 4;           // solid squares of a colour tile
+constexpr double GAME_ICON_ROW_SHIFT = 4.0;      // an icon tile's rows lie this far above and below its centre
+constexpr float GAME_TILE_GREY = 0.25f;          // backing of the display tiles
+constexpr float GAME_BACKDROP_DIM = 0.3f;        // the grid's backdrop: this share of the background colour
+constexpr float GAME_STEPS_GREY = 0.5f;          // colour of the step counter
+constexpr float GAME_STEPS_SCALE = 2.0f;         // the step counter's size, in units of global_scale
+constexpr float GAME_STEPS_RAISE = 0.9f;         // the step counter sits this share of ry above the grid's centre
+constexpr int GAME_TEXT_MAX = 20;                // characters of a control's text or the step counter
+constexpr float GAME_PIP_PITCH = 1.0f;           // the pip of a toggle that became set
+constexpr int GAME_PIP_MS = 10;
+constexpr int GAME_PAINT_MS = 20;                // length of the sound of one painted or erased cell
+constexpr float GAME_PAINT_SPREAD_MIN = 0.5f;    // range of the random factors of that sound
+constexpr float GAME_PAINT_SPREAD_MAX = 2.0f;
+constexpr int GAME_PAINT_RING_HZ = 60;           // its ring modulator's frequency before the random factor
+constexpr int GAME_PAINT_LIVE_RING = 3;          // painting live cells rings this many times faster
+
+// Texts of the border button, by the screen's border value
+constexpr std::array<const char *, 3> GAME_BORDER_TEXT = {"Wrap", "Dead", "Live"};
+
 //----------------------------------------------------------------------------------
 // Module state
 //----------------------------------------------------------------------------------
 GAME game;
 int config_changed = 0;
+int reset_life = 0;
+int take_step = 0;
+int layout_mode = 0;
+BTN *editor_btn = nullptr;
+STATE game_state = {layout_buttons, game_update, game_render, nullptr};
+
+const std::array<std::array<float, 3>, GAME_COLOURS> use_clr = {{
+    {1.0f, 0.2f, 0.2f},
+    {0.2f, 1.0f, 0.6f},
+    {0.2f, 0.6f, 1.0f},
+    {0.6f, 1.0f, 0.2f},
+    {0.8f, 0.2f, 1.0f},
+    {1.0f, 0.7f, 0.2f},
+    {1.0f, 1.0f, 1.0f},
+    {0.5f, 0.5f, 0.5f},
+    {0.0f, 0.0f, 0.0f},
+}};
 
 //----------------------------------------------------------------------------------
 // Private helpers
@@ -35,6 +97,158 @@ static char *append_counts(char *out, const std::array<uint8_t, GAME_RULE_BYTES>
         if (params[n])
             *out++ = static_cast<char>('0' + n);
     return out;
+}
+
+// The size of one cell in layout units: the first icon sprite's. Without icons (no font
+// loaded) the font's 8 x 8 stands in, so that the layout and the touch mapping stay finite.
+static float cell_w()
+{
+    return (sprites && sprites[GAME_ICON_LIVE].w > 0) ? sprites[GAME_ICON_LIVE].w : GAME_CELL_FALLBACK;
+}
+
+static float cell_h()
+{
+    return (sprites && sprites[GAME_ICON_LIVE].h > 0) ? sprites[GAME_ICON_LIVE].h : GAME_CELL_FALLBACK;
+}
+
+// An entry of the colour table; an index out of range (only a damaged record holds one) takes
+// the nearest entry
+static const std::array<float, 3> &colour_of(int index)
+{
+    return use_clr[std::clamp(index, 0, GAME_COLOURS - 1)];
+}
+
+// The byte flag a toggle edits, data[id]; null while the button has no value
+static uint8_t *flag_of(const BTN *b)
+{
+    if (!b->data || b->id < 0)
+        return nullptr;
+    return static_cast<uint8_t *>(b->data) + b->id;
+}
+
+// Flip a byte flag and show it; returns its new value
+static int flip_flag(BTN *b, uint8_t *flag)
+{
+    *flag = *flag ? 0 : 1;
+    b->highlight = static_cast<char>(*flag);
+    return *flag;
+}
+
+// A display tile: shows a value, takes no clicks, grey backing, white text at full size
+static void make_tile(BTN *b)
+{
+    b->squeezex = 1.0f;
+    b->squeezey = 1.0f;
+    b->spriteid = MAIN_SPRITE_TILE;
+    b->noclick = 1;
+    b->bg = RGBA{GAME_TILE_GREY, GAME_TILE_GREY, GAME_TILE_GREY, 1.0f};
+    b->fg = RGBA{1.0f, 1.0f, 1.0f, 1.0f};
+}
+
+// Hold to repeat: count the ticks the touch that pressed the button holds it; from the 30th on,
+// the handler gets BTN_CUSTOM every tick. Any other touch starts the count again.
+static void hold_repeat(BTN *b, BTN_HANDLER handler)
+{
+    if (b->touch_down_id == 0 || b->touch_hold_id != b->touch_down_id) {
+        b->ticks = 0;
+        return;
+    }
+    if (b->ticks < GAME_HOLD_TICKS)
+        b->ticks++;
+    if (b->ticks >= GAME_HOLD_TICKS)
+        handler(b, BTN_CUSTOM);
+}
+
+// Add the button's step to its value: past max or min it stops there (id 0) or wraps to the
+// other end (id non-zero)
+static void add_step(BTN *b)
+{
+    auto *value = static_cast<int32_t *>(b->data);
+    if (!value)
+        return;
+    const int64_t lo = b->hintword[0];
+    const int64_t hi = b->hintword[1];
+    int64_t v = static_cast<int64_t>(*value) + b->info;
+    if (v > hi)
+        v = b->id ? lo : hi;
+    else if (v < lo)
+        v = b->id ? hi : lo;
+    *value = static_cast<int32_t>(v);
+}
+
+// A column or row of the grid from a touch's offset from the grid button's edge, truncated
+// toward zero; -1 when far outside.
+// NOTE: the button's edge comes from float fractions of the screen and can lie a few millionths
+// of a pixel inside the cell it should start; touches are whole pixels, so a touch on a cell
+// boundary is nudged a thousandth of a pixel on, into the cell that starts there.
+static int touched_index(float offset, float size)
+{
+    const float v = ((offset + GAME_TOUCH_SLACK) / size) / global_scale;
+    return (v > -1.0f && v < static_cast<float>(GAME_GRID_SIDE)) ? static_cast<int>(v) : -1;
+}
+
+// The sound of one painted or erased cell: a ring-modulated blip at a random pitch; a second
+// random factor stretches its decay and its ring frequency together, and painting live cells
+// rings three times faster than erasing, so the two strokes sound apart
+static void paint_sound(int live)
+{
+    const float pitch = static_cast<float>(frnd(GAME_PAINT_SPREAD_MIN, GAME_PAINT_SPREAD_MAX));
+    SYNTH_EFFECT_STATE *effect = sound_ringmod(pitch, GAME_PAINT_MS);
+    if (!effect)
+        return;
+    const float spread = static_cast<float>(frnd(GAME_PAINT_SPREAD_MIN, GAME_PAINT_SPREAD_MAX));
+    effect->d = GAME_PAINT_MS * spread;
+    effect->i = static_cast<int32_t>(GAME_PAINT_RING_HZ * spread);
+    if (live)
+        effect->i *= GAME_PAINT_LIVE_RING;
+}
+
+// A button with its value and parameters. button_ex sent BTN_INIT before any of these existed,
+// so the button is initialised again once they are set: the highlight of a toggle and the look
+// of a tile are taken at BTN_INIT. Null when the table is full.
+static BTN *control(float column, float row, int id, const char *name, BTN_HANDLER handler, void *data,
+                    int step, int min, int max, const char *suffix)
+{
+    BTN *b = button_ex(column, row, id, name, handler);
+    if (!b)
+        return nullptr;
+    b->data = data;
+    b->info = step;
+    b->hintword[0] = static_cast<int16_t>(min);
+    b->hintword[1] = static_cast<int16_t>(max);
+    b->tooltip = suffix;
+    button_init(b);
+    return b;
+}
+
+static BTN *control(float column, float row, int id, const char *name, BTN_HANDLER handler, void *data)
+{
+    return control(column, row, id, name, handler, data, 0, 0, 0, nullptr);
+}
+
+// A label tile: the shell's default behaviour with the look of a display tile
+static BTN *label_tile(float column, float row, const char *name)
+{
+    BTN *b = button_ex(column, row, 0, name, nullptr);
+    if (b)
+        make_tile(b);
+    return b;
+}
+
+// Put a button into a side margin: centred at x, as wide as the margin
+static void place_in_margin(BTN *b, float x, float margin)
+{
+    if (!b)
+        return;
+    b->x = x;
+    button_set_w(b, margin);
+}
+
+// A row of rule digits: the toggles of neighbour counts 0..8 in columns 1..9
+static void rule_digits(int row, std::array<uint8_t, GAME_RULE_BYTES> &params)
+{
+    for (int n = 0; n < GAME_RULE_COUNTS; n++)
+        control(static_cast<float>(1 + n), static_cast<float>(row), n, "X", btn_param, params.data());
 }
 
 //----------------------------------------------------------------------------------
@@ -108,4 +322,464 @@ void game_clamp_config()
     game.icon_cell = std::clamp(game.icon_cell, 0, GAME_ICON_MAX);
     game.icon_grid = std::clamp(game.icon_grid, 0, GAME_ICON_MAX);
     game.icon_glow = game.icon_glow ? 1 : 0;
+}
+
+//----------------------------------------------------------------------------------
+// The game screen
+//----------------------------------------------------------------------------------
+// Lay out the buttons of the current panel for the current orientation. The grid's button
+// covers the grid exactly; the corner buttons and, in landscape, the speed and reset columns
+// sit in the free margins beside it. Boxes are fractions of the screen.
+void layout_buttons()
+{
+    const float s = cell_w();
+    const float pw = static_cast<float>(std::max(play_w, 1));
+    const float ph = static_cast<float>(std::max(play_h, 1));
+    const bool land = landscape != 0;
+    const int rows = land ? LIFE_H : LIFE_W;
+    const int cols = land ? LIFE_W : LIFE_H;
+    const float screen_w = static_cast<float>(lum_w());
+
+    // The grid
+    main_buttons_start();
+    button_set_layout(1, 1);
+    button_set_box(0.0f, 0.0f, 1.0f, 1.0f);
+    const float grid_top = (s / 2) / ph;
+    const float grid_bottom = s * (rows + 0.5f) / ph;
+    const float grid_right = cols * s / (2 * pw) + 0.5f;
+    button_box_top(grid_top);
+    button_box_bottom(grid_bottom);
+    button_box_right(grid_right);
+    button_box_left(1 - grid_right);
+    editor_btn = button_ex(0, 0, 0, "EDIT", btn_edit_cells);
+    if (editor_btn) {
+        button_set_w_ex(editor_btn, editor_btn->w, 0.0f);
+        button_set_h_ex(editor_btn, editor_btn->h, 0.0f);
+    }
+
+    // The two top corners. `margin` is the free width beside the grid in pixels; a button in it
+    // is as wide as the margin and centred in it, GAME_CORNER_INSET layout units in from the
+    // screen's edge (so that its centre lies half a margin further in).
+    const float side_right = (pw - s / 2) / pw;
+    button_box_top(1 - (ph - s / 2) / ph);
+    button_box_bottom(s * (land ? GAME_TOP_ROWS_LANDSCAPE : GAME_TOP_ROWS_PORTRAIT) / ph);
+    button_box_right(side_right);
+    button_box_left(1 - side_right);
+    button_set_layout(12, 5);
+    const int margin_cells = land ? GAME_MARGIN_CELLS_LANDSCAPE : GAME_MARGIN_CELLS_PORTRAIT;
+    const float margin = (pw - margin_cells * s) * global_scale * 0.5f;
+    const float margin_left_x = margin / 2 + GAME_CORNER_INSET * global_scale;
+    const float margin_right_x = screen_w - margin_left_x;
+    // Not yet connected: the about screen is this button's target state; until it exists a
+    // click only sounds.
+    place_in_margin(button_ex(0, 0, 0, "?", nullptr), margin_left_x, margin);
+    BTN *more = control(11, 0, 0, "..", btn_toggle, &layout_mode);
+    if (more)
+        more->state = &game_state;
+    place_in_margin(more, margin_right_x, margin);
+
+    // The rest, below the grid
+    button_box_top(button_box()->bottom);
+    button_box_bottom((ph - s / 2) / ph);
+    button_box_right(side_right);
+    button_box_left(1 - side_right);
+
+    if (layout_mode) {
+        button_set_layout(4, 2);
+        control(0, 0, 0, "Step Display", btn_toggle, &game.show_steps);
+        control(0, 1, 0, "Glow", btn_toggle, &game.icon_glow);
+        button_set_layout(8, 2);
+        control(2, 0, 0, "-", btn_add, &game.fg, -1, 0, GAME_FG_MAX, nullptr);
+        control(3, 0, 0, "FG", btn_colour, &game.fg);
+        control(4, 0, 0, "+", btn_add, &game.fg, 1, 0, GAME_FG_MAX, nullptr);
+        control(2, 1, 0, "-", btn_add, &game.bg, -1, 0, GAME_BG_MAX, nullptr);
+        control(3, 1, 0, "BG", btn_colour, &game.bg);
+        control(4, 1, 0, "+", btn_add, &game.bg, 1, 0, GAME_BG_MAX, nullptr);
+        control(5, 0, 0, "-", btn_add, &game.icon_cell, -1, 0, GAME_ICON_MAX, nullptr);
+        control(6, 0, GAME_ICON_LIVE, "CELL", btn_life_icon, &game.icon_cell);
+        control(7, 0, 0, "+", btn_add, &game.icon_cell, 1, 0, GAME_ICON_MAX, nullptr);
+        control(5, 1, 0, "-", btn_add, &game.icon_grid, -1, 0, GAME_ICON_MAX, nullptr);
+        control(6, 1, GAME_ICON_GRID, "GRID", btn_life_icon, &game.icon_grid);
+        control(7, 1, 0, "+", btn_add, &game.icon_grid, 1, 0, GAME_ICON_MAX, nullptr);
+        return;
+    }
+
+    if (!land) {
+        button_set_layout(12, 3);
+        label_tile(0, 0, "B");
+        rule_digits(0, game.bparams);
+        label_tile(0, 1, "S");
+        rule_digits(1, game.sparams);
+        button_set_layout(4, 3);
+        control(1, 2, 0, "", btn_border_mode, &game.border_mode);
+        button_set_layout(12, 3);
+        control(0, 2, 0, "-", btn_add, &game.freq, -1, GAME_FREQ_MIN, GAME_FREQ_MAX, nullptr);
+        control(1, 2, 0, nullptr, btn_value_text, &game.freq, 0, 0, 0, "");
+        control(2, 2, 0, "+", btn_add, &game.freq, 1, GAME_FREQ_MIN, GAME_FREQ_MAX, nullptr);
+        button_set_layout(6, 3);
+        control(3, 2, 0, "RND", btn_reset, nullptr);
+        control(4, 2, 0, "CLR", btn_clear, nullptr);
+        button_set_layout(6, 2);
+        control(5, 0, 0, "RUN", btn_toggle, &game.running);
+        control(5, 1, 0, "STEP", btn_toggle, &take_step);
+        return;
+    }
+
+    button_set_layout(12, 2);
+    BTN *birth = label_tile(0, 0, "B");
+    if (birth)
+        lum_logf("BUTTON HEIGHT %f\n", static_cast<double>(birth->h));
+    rule_digits(0, game.bparams);
+    label_tile(0, 1, "S");
+    rule_digits(1, game.sparams);
+    button_set_layout(6, 2);
+    control(5, 0, 0, "RUN", btn_toggle, &game.running);
+    control(5, 1, 0, "STEP", btn_toggle, &take_step);
+
+    // Beside the grid: speed on the left, border and resets on the right
+    button_box_top(grid_top);
+    button_box_bottom(grid_bottom);
+    button_box_right(side_right);
+    button_box_left(1 - side_right);
+    button_set_layout(12, 5);
+    BTN *faster = control(0, 1.5f, 0, "+", btn_add, &game.freq, 1, GAME_FREQ_MIN, GAME_FREQ_MAX, nullptr);
+    BTN *speed = control(0, 2.5f, 0, nullptr, btn_value_text, &game.freq, 0, 0, 0, "Hz");
+    BTN *slower = control(0, 3.5f, 0, "-", btn_add, &game.freq, -1, GAME_FREQ_MIN, GAME_FREQ_MAX, nullptr);
+    for (BTN *b : {faster, speed, slower})
+        place_in_margin(b, margin_left_x, margin);
+    BTN *border = control(11, 1.5f, 0, "", btn_border_mode, &game.border_mode);
+    BTN *fill = control(11, 2.5f, 0, "RAND", btn_reset, nullptr);
+    BTN *clear = control(11, 3.5f, 0, "CLR", btn_clear, nullptr);
+    for (BTN *b : {border, fill, clear})
+        place_in_margin(b, margin_right_x, margin);
+}
+
+// Once per logic tick: input, configuration, fill or clear, and the generations due
+void game_update()
+{
+    // Generations owed, in sixtieths: freq is added every tick and each 60 is one generation,
+    // so the remainder carries over between ticks and survives stopping and starting
+    static int accumulator = 0;
+
+    if (main_update_with_buttons(1))
+        layout_buttons();
+    game_update_config();
+    if (reset_life > 0)
+        life_reset();
+    else if (reset_life < 0)
+        life_reset_random(0);
+    reset_life = 0;
+    if (game.running) {
+        // NOTE: a speed out of range (only a damaged record holds one) runs at 60 when above,
+        // and not at all when 0 or below
+        accumulator += std::clamp(game.freq, 0, GAME_FREQ_MAX);
+        while (accumulator >= GAME_TICKS_PER_SECOND) {
+            life_step_cells();
+            accumulator -= GAME_TICKS_PER_SECOND;
+        }
+    } else if (take_step) {
+        life_step_cells();
+    }
+    take_step = 0;
+}
+
+// Once per frame: the buttons, then every cell of the grid as its icon, the step counter, the
+// atlas overlay, and the batches drawn. In portrait the grid is drawn turned a quarter turn.
+void game_render()
+{
+    draw_clear(0.0f, 0.0f, 0.0f);
+    turtle_set_angle(0.0);
+    turtle_set_scale(global_scale);
+    turtle_set_pos_unscaled(lum_w() / 2, lum_h() / 2);
+    turtle_set_rgb(1.0, 1.0, 1.0);
+    buttons_draw();
+
+    const std::array<float, 3> &fg = colour_of(game.fg);
+    turtle_set_rgb(fg[0], fg[1], fg[2]);
+    const TURTLE saved = turtle;
+    if (sprites) {
+        const bool land = landscape != 0;
+        const float s = cell_w();
+        const int rows = land ? LIFE_H : LIFE_W;
+        const int cols = land ? LIFE_W : LIFE_H;
+        const int c0 = cols / 2;  // the cell drawn at the turtle: the grid's centre
+        const int r0 = rows / 2;
+        const int frame_cells = land ? GAME_RENDER_CELLS_LANDSCAPE : GAME_RENDER_CELLS_PORTRAIT;
+        turtle_move(std::trunc((play_h - frame_cells * s) * 0.5f));
+        const double base_x = turtle.x / global_scale;
+        const double base_y = turtle.y / global_scale;
+        const SPRITE *live = &sprites[GAME_ICON_LIVE + std::clamp(game.icon_cell, 0, GAME_ICON_MAX)];
+        const SPRITE *dead = &sprites[GAME_ICON_GRID + std::clamp(game.icon_grid, 0, GAME_ICON_MAX)];
+        const int batch = game.icon_glow ? 1 : 0;
+        for (int r = 0; r < rows; r++) {
+            const double y = base_y + std::trunc((r - r0) * s);
+            for (int c = 0; c < cols; c++) {
+                const int alive = land ? life_cell(c, r) : life_cell(r, LIFE_H - 1 - c);
+                turtle_set_pos(base_x + std::trunc((c - c0) * s + s / 2), y);
+                sprite_batch_plot(alive ? live : dead, 0, batch);
+            }
+        }
+    }
+    turtle = saved;
+
+    if (game.show_steps && editor_btn) {
+        std::array<char, GAME_TEXT_MAX> text{};
+        std::snprintf(text.data(), text.size(), "%d", static_cast<int>(life_step_count()));
+        turtle_set_scale(GAME_STEPS_SCALE * global_scale);
+        turtle_set_rgb(GAME_STEPS_GREY, GAME_STEPS_GREY, GAME_STEPS_GREY);
+        turtle_set_pos_unscaled(editor_btn->x, editor_btn->y - GAME_STEPS_RAISE * editor_btn->ry);
+        glyphs_batch_plot(&font8x8, text.data(), GLYPHS_ALIGN_CENTER, 0);
+        turtle = saved;
+    }
+
+    main_debug_atlas_render();
+    main_sprite_batches_draw();
+}
+
+//----------------------------------------------------------------------------------
+// Button handlers
+//----------------------------------------------------------------------------------
+// A byte flag at data[id]: a click flips it (a pip when it became set), holding repeats the flip
+// silently every tick from the 30th tick on
+int btn_toggle(BTN *b, int action)
+{
+    uint8_t *flag = flag_of(b);
+    switch (action) {
+    case BTN_INIT:
+    case BTN_UPDATE:
+        if (action == BTN_INIT)
+            b->ticks = 0;
+        if (flag)
+            b->highlight = static_cast<char>(*flag != 0);
+        return 1;
+    case BTN_DOWN:
+        // A new press starts a new count
+        b->ticks = 0;
+        break;
+    case BTN_HOLD:
+        hold_repeat(b, btn_toggle);
+        return 0;
+    case BTN_UP:
+        b->ticks = 0;
+        if (flag && flip_flag(b, flag))
+            sound_pip(GAME_PIP_PITCH, GAME_PIP_MS);
+        return 1;
+    case BTN_CUSTOM:
+        if (flag)
+            flip_flag(b, flag);
+        return 1;
+    default:
+        break;
+    }
+    return main_btn_default(b, action);
+}
+
+// A rule digit, the toggle of neighbour count id in the list at data
+int btn_param(BTN *b, int action)
+{
+    uint8_t *flag = flag_of(b);
+    switch (action) {
+    case BTN_INIT:
+        if (flag)
+            b->highlight = static_cast<char>(*flag != 0);
+        return 1;
+    case BTN_UP:
+        config_changed = 1;
+        if (flag && flip_flag(b, flag))
+            sound_pip(GAME_PIP_PITCH, GAME_PIP_MS);
+        return 1;
+    case BTN_DRAW_TEXT: {
+        const std::array<char, 2> digit = {static_cast<char>('0' + std::clamp(b->id, 0, 9)), '\0'};
+        plot_text(digit.data(), b->textmode);
+        return 1;
+    }
+    default:
+        break;
+    }
+    return main_btn_default(b, action);
+}
+
+// Add the step in info to the int at data, kept within hintword[0]..hintword[1]; holding
+// repeats every tick from the 30th tick on
+int btn_add(BTN *b, int action)
+{
+    switch (action) {
+    case BTN_INIT:
+        b->ticks = 0;
+        return 1;
+    case BTN_DOWN:
+        b->ticks = 0;
+        break;
+    case BTN_HOLD:
+        hold_repeat(b, btn_add);
+        return 0;
+    case BTN_UP:
+        b->ticks = 0;
+        add_step(b);
+        return 1;
+    case BTN_CUSTOM:
+        add_step(b);
+        return 1;
+    default:
+        break;
+    }
+    return main_btn_default(b, action);
+}
+
+// A display tile showing the int at data, followed by the tooltip as a suffix
+int btn_value_text(BTN *b, int action)
+{
+    switch (action) {
+    case BTN_INIT:
+        make_tile(b);
+        return 1;
+    case BTN_DRAW_TEXT: {
+        const auto *value = static_cast<const int32_t *>(b->data);
+        if (!value)
+            return 1;
+        std::array<char, GAME_TEXT_MAX> text{};
+        if (b->tooltip)
+            std::snprintf(text.data(), text.size(), "%d%s", *value, b->tooltip);
+        else
+            std::snprintf(text.data(), text.size(), "%d", *value);
+        plot_text(text.data(), b->textmode);
+        return 1;
+    }
+    default:
+        break;
+    }
+    return main_btn_default(b, action);
+}
+
+// The border: each click moves on to the next of Wrap, Dead and Live
+int btn_border_mode(BTN *b, int action)
+{
+    auto *mode = static_cast<int32_t *>(b->data);
+    switch (action) {
+    case BTN_UP:
+        config_changed = 1;
+        if (mode)
+            *mode = ((*mode + 1) % 3 + 3) % 3;
+        return 1;
+    case BTN_DRAW_TEXT: {
+        // NOTE: a value outside 0..2 (only a damaged record holds one) shows as the rule reads it: Wrap
+        const int shown = (mode && *mode >= GAME_BORDER_WRAP && *mode <= GAME_BORDER_LIVE) ? *mode : GAME_BORDER_WRAP;
+        std::array<char, GAME_TEXT_MAX> text{};
+        std::snprintf(text.data(), text.size(), "%s%s", b->name ? b->name : "", GAME_BORDER_TEXT[shown]);
+        plot_text(text.data(), b->textmode);
+        return 1;
+    }
+    default:
+        break;
+    }
+    return main_btn_default(b, action);
+}
+
+// Random fill on the next update
+int btn_reset(BTN *b, int action)
+{
+    if (action != BTN_UP)
+        return main_btn_default(b, action);
+    reset_life = 1;
+    return 1;
+}
+
+// Empty grid on the next update
+int btn_clear(BTN *b, int action)
+{
+    if (action != BTN_UP)
+        return main_btn_default(b, action);
+    reset_life = -1;
+    return 1;
+}
+
+// A display tile in the colour use_clr[value]: four solid squares, stretched twice as wide
+int btn_colour(BTN *b, int action)
+{
+    switch (action) {
+    case BTN_INIT:
+        make_tile(b);
+        return 1;
+    case BTN_DRAW_TEXT: {
+        const auto *value = static_cast<const int32_t *>(b->data);
+        const std::array<float, 3> &c = colour_of(value ? *value : 0);
+        std::array<char, GAME_COLOUR_SQUARES + 1> text{};
+        std::fill_n(text.begin(), GAME_COLOUR_SQUARES, static_cast<char>(GAME_GLYPH_SOLID));
+        const TURTLE saved = turtle;
+        turtle_set_rgba(c[0], c[1], c[2], turtle.a);
+        turtle_set_scalex(turtle.scalex * 2);
+        plot_text(text.data(), b->textmode);
+        turtle = saved;
+        return 1;
+    }
+    default:
+        break;
+    }
+    return main_btn_default(b, action);
+}
+
+// A display tile showing icon id + value: two rows of two, one above and one below the centre
+int btn_life_icon(BTN *b, int action)
+{
+    switch (action) {
+    case BTN_INIT:
+        make_tile(b);
+        return 1;
+    case BTN_DRAW_TEXT: {
+        const auto *value = static_cast<const int32_t *>(b->data);
+        const int icon = b->id + std::clamp(value ? *value : 0, 0, GAME_ICON_MAX);
+        const char code = static_cast<char>(GAME_GLYPH_ICONS + icon);
+        const std::array<char, 3> text = {code, code, '\0'};
+        const TURTLE saved = turtle;
+        turtle_move(GAME_ICON_ROW_SHIFT);
+        plot_text(text.data(), b->textmode);
+        turtle_move(-2 * GAME_ICON_ROW_SHIFT);
+        plot_text(text.data(), b->textmode);
+        turtle = saved;
+        return 1;
+    }
+    default:
+        break;
+    }
+    return main_btn_default(b, action);
+}
+
+// The grid. A touch is mapped to the cell drawn under it in landscape; the mapping is not turned
+// for portrait, so there a touch edits the transposed cell and screen rows 30 and below are
+// refused by the engine. A stroke paints the opposite of the first cell it touched: it either
+// only paints or only erases.
+int btn_edit_cells(BTN *b, int action)
+{
+    switch (action) {
+    case BTN_INIT:
+        b->spriteid = MAIN_SPRITE_SOLID;
+        b->pulse_amount = 0.0f;
+        return 1;
+    case BTN_DOWN: {
+        const int x = touched_index(b->touchx - (b->x - b->rx), cell_w());
+        const int y = touched_index(b->touchy - (b->y - b->ry), cell_h());
+        b->hint = life_cell(x, y);
+        return 1;
+    }
+    case BTN_HOLD: {
+        if (b->touch_down_id == 0 || b->touch_hold_id != b->touch_down_id)
+            return 0;
+        const int x = touched_index(b->touchx - (b->x - b->rx), cell_w());
+        const int y = touched_index(b->touchy - (b->y - b->ry), cell_h());
+        const int paint = b->hint ? 0 : 1;
+        if ((life_cell(x, y) != 0) == (paint != 0))
+            return 0;
+        if (life_set_cell(x, y, paint))
+            paint_sound(paint);
+        return 0;
+    }
+    case BTN_DRAW_SHAPE: {
+        const std::array<float, 3> &bg = colour_of(game.bg);
+        turtle_set_rgba(GAME_BACKDROP_DIM * bg[0], GAME_BACKDROP_DIM * bg[1], GAME_BACKDROP_DIM * bg[2], turtle.a);
+        return 0;
+    }
+    default:
+        break;
+    }
+    return main_btn_default(b, action);
 }

@@ -3,7 +3,11 @@
 // count; its raw bytes are the settings file, so its layout is fixed and checked below. This
 // module sets its defaults, moves the grid between the engine and the record, and turns the
 // toggles into a rule string for the engine.
-// Depends on: life (the engine), lum (log lines).
+// The module is also the game screen, `game_state`: the grid in the middle, the rule toggles,
+// run/step controls, speed, border, random fill and clear, and a second panel of display
+// settings, built with the button toolkit and drawn through the turtle into sprite batches.
+// Depends on: life (the engine), lum (log lines), buttons, main (the shell), sounds, state,
+// sprite, glyphs, turtle, rnd.
 #pragma once
 
 #include <array>
@@ -66,11 +70,21 @@ static_assert(offsetof(GAME, pad) == 56);
 static_assert(offsetof(GAME, cells) == 72);
 static_assert(offsetof(GAME, step_count) == 4168);
 
+struct BTN;
+struct STATE;
+
 //----------------------------------------------------------------------------------
 // Module state
 //----------------------------------------------------------------------------------
 extern GAME game;
 extern int config_changed;  // non-zero: rebuild the engine's rule from the toggles on the next update
+extern int reset_life;      // request for the next update: > 0 random fill, < 0 clear, 0 nothing
+extern int take_step;       // request for one generation while not running (the STEP toggle)
+extern int layout_mode;     // 0: the main panel; non-zero: the display panel
+extern BTN *editor_btn;     // the button covering the grid; the step counter is placed from it
+extern STATE game_state;    // the game screen
+constexpr int GAME_COLOURS = 9;
+extern const std::array<std::array<float, 3>, GAME_COLOURS> use_clr;  // red, green, blue by fg/bg index
 
 //----------------------------------------------------------------------------------
 // Functions
@@ -80,3 +94,20 @@ void game_freeze_cells();    // engine grid and counter -> record
 void game_thaw_cells();      // record -> engine grid (bytes as stored) and counter
 void game_update_config();   // when config_changed: build the rule string, log it, hand it to the engine
 void game_clamp_config();    // bring every screen value into its range (for a record read from a file)
+
+// The game screen
+void layout_buttons();       // lay out the buttons of the current panel and orientation
+void game_update();          // once per logic tick: input, configuration, fill/clear, generations
+void game_render();          // once per frame: buttons, grid, step counter
+
+// Button handlers: each takes the button and an event code and returns int
+int btn_toggle(BTN *b, int action);       // a byte flag at data[id]; hold to repeat
+int btn_param(BTN *b, int action);        // a rule digit at data[id]
+int btn_add(BTN *b, int action);          // add info to the int at data within hintword[0]..[1]
+int btn_value_text(BTN *b, int action);   // a display tile with the int at data and a suffix
+int btn_border_mode(BTN *b, int action);  // cycles Wrap, Dead, Live
+int btn_reset(BTN *b, int action);        // random fill
+int btn_clear(BTN *b, int action);        // empty grid
+int btn_colour(BTN *b, int action);       // a tile in the colour use_clr[value]
+int btn_life_icon(BTN *b, int action);    // a tile showing icon id + value
+int btn_edit_cells(BTN *b, int action);   // the grid: a stroke paints or erases

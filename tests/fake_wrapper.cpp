@@ -75,6 +75,11 @@ void wrapper_show_cursor(int)
 {
 }
 
+void wrapper_set_title(const char *title)
+{
+    fake_platform.title = title ? title : "";
+}
+
 void wrapper_handle_events()
 {
     fake_platform.polls++;

@@ -4,6 +4,7 @@
 #pragma once
 
 #include <cstdint>
+#include <string>
 
 struct FAKE_PLATFORM {
     uint64_t ms;                   // the platform clock in milliseconds
@@ -16,9 +17,10 @@ struct FAKE_PLATFORM {
     int yields;                    // wrapper_yield calls
     void (*on_poll)();             // run inside every event poll (a test may queue input events here)
     void (*on_yield)();            // run after every yield has advanced the clock by 1 ms
+    std::string title;             // the window caption set last; empty when none was set
 };
 
 extern FAKE_PLATFORM fake_platform;
 
-// Back to a clock at 0 ms, a 960 x 640 display, every counter 0 and no hooks.
+// Back to a clock at 0 ms, a 960 x 640 display, every counter 0, no title and no hooks.
 void fake_platform_reset();

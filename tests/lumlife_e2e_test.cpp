@@ -9,14 +9,18 @@
 #include <sys/wait.h>
 
 #include <algorithm>
+#include <array>
 #include <cstdint>
 #include <cstdlib>
 #include <chrono>
 #include <cmath>
+#include <filesystem>
 #include <fstream>
 #include <iterator>
+#include <map>
 #include <regex>
 #include <set>
+#include <sstream>
 #include <string>
 #include <thread>
 #include <vector>
@@ -31,14 +35,13 @@
 constexpr double LOG_SECONDS = 30.0;     // generous: a loaded machine starts slowly
 constexpr double EXIT_SECONDS = 30.0;
 constexpr double WINDOW_SECONDS = 30.0;  // until the toy's window is mapped
-constexpr double PULSE_SECONDS = 10.0;   // the pulse repeats every 2 s
 constexpr int WINDOW_POLL_MS = 10;       // how often the display is searched for the window
 constexpr int WINDOW_W = 960;            // the toy's window at start
 constexpr int WINDOW_H = 640;
-constexpr int CHANNEL_SLACK = 2;         // red and blue may read this far from 0
-constexpr int PULSE_MIN_SPAN = 8;        // the least swing of the background green that counts as a pulse
-constexpr int SAMPLE_X = 8;              // a background pixel, far from the centre's figure
-constexpr int SAMPLE_Y = 8;
+// The grid's first cell at 960 x 640: layout scale 2, cells of 8 x 8 layout units, the 48 x 30 grid
+// centred across and starting half a cell below the top
+constexpr int GRID_X0 = 480 - 24 * 16;
+constexpr int GRID_Y0 = 8;
 
 // Every log line starts "[lum <seconds with two decimals>s (<tick>)] "
 static const char LOG_PREFIX[] = R"(^\[lum -?[0-9]+\.[0-9]{2}s \([0-9]+\)\] )";
@@ -78,6 +81,39 @@ static bool png_size(const std::string &path, int &w, int &h)
     w = head[16] << 24 | head[17] << 16 | head[18] << 8 | head[19];
     h = head[20] << 24 | head[21] << 16 | head[22] << 8 | head[23];
     return true;
+}
+
+// The light ink of each glyph of the font's source, by character code: "shade C R G B A" names
+// a pixel character, "glyph N name" is followed by 8 rows of 8 of them
+using GLYPH_INK = std::array<std::array<bool, 8>, 8>;
+using FONT_INK = std::map<int, GLYPH_INK>;
+
+static FONT_INK read_font_ink(const std::string &path)
+{
+    std::ifstream in(path);
+    std::map<char, bool> light;
+    FONT_INK font;
+    std::string line;
+    while (std::getline(in, line)) {
+        std::istringstream words(line);
+        std::string word;
+        words >> word;
+        if (word == "shade") {
+            char c = 0;
+            int r = 0, g = 0, b = 0, a = 0;
+            words >> c >> r >> g >> b >> a;
+            light[c] = a == 255 && std::min({r, g, b}) >= 128;
+        } else if (word == "glyph") {
+            int code = -1;
+            words >> code;
+            GLYPH_INK glyph{};
+            for (int row = 0; row < 8 && std::getline(in, line); row++)
+                for (int col = 0; col < 8 && col < static_cast<int>(line.size()); col++)
+                    glyph[row][col] = light[line[col]];
+            font[code] = glyph;
+        }
+    }
+    return font;
 }
 
 //----------------------------------------------------------------------------------
@@ -170,6 +206,10 @@ TEST_F(Lumlife, StartUpLogsTheFrameworkLinesInOrder)
         "line [0-9]+: game_update_config",
         literal("CONFIG SET: b3s23w"),
         literal("changed logic rate 0 -> 60"),
+        // The title screen's first tick lays the screen out; after it the game screen builds its buttons
+        literal("NEW LAYOUT 960x640 global_scale 2.000000 (480x320)"),
+        literal("RESET 0 buttons COUNTER 1"),
+        R"(BUTTON HEIGHT [0-9]+\.[0-9]+)",
     };
     int at = -1;
     for (const std::string &message : expected)
@@ -260,84 +300,130 @@ TEST_F(Lumlife, WindowIs960By640)
     EXPECT_EQ(a.height, WINDOW_H);
 }
 
-// The boot screen clears to red 0, green 1 - beat, blue 0, with the beat pulsing every 2 s: read
-// frames back until the background's green has swung, checking red and blue on every pixel
-TEST_F(Lumlife, BootScreenIsGreenThatPulses)
+// The window carries the toy's name
+TEST_F(Lumlife, WindowTitleIsLumLife)
 {
     ASSERT_TRUE(running());
     Window w = toy_window();
     ASSERT_NE(w, None);
-    std::set<int> greens;
-    auto deadline = std::chrono::steady_clock::now() + std::chrono::duration<double>(PULSE_SECONDS);
-    int frames = 0;
-    while (std::chrono::steady_clock::now() < deadline) {
-        XCAPTURE_IMAGE image;
-        ASSERT_TRUE(xcapture_window(x, w, image));
-        ASSERT_EQ(image.w, WINDOW_W);
-        ASSERT_EQ(image.h, WINDOW_H);
-        frames++;
-        for (int y = 0; y < image.h; y++) {
-            for (int px = 0; px < image.w; px++) {
-                const uint8_t *p = &image.rgb[(static_cast<size_t>(y) * image.w + px) * 3];
-                ASSERT_LE(p[0], CHANNEL_SLACK) << "red at (" << px << ", " << y << ") in frame " << frames;
-                ASSERT_LE(p[2], CHANNEL_SLACK) << "blue at (" << px << ", " << y << ") in frame " << frames;
-            }
-        }
-        greens.insert(image.rgb[(static_cast<size_t>(SAMPLE_Y) * image.w + SAMPLE_X) * 3 + 1]);
-        // Three values: a window read before its first frame and one still frame make only two.
-        if (greens.size() >= 3 && *greens.rbegin() - *greens.begin() >= PULSE_MIN_SPAN)
-            break;
-    }
-    ASSERT_FALSE(greens.empty());
-    EXPECT_GE(greens.size(), 3u) << "the background's green took too few values over " << frames << " frames";
-    EXPECT_GE(*greens.rbegin() - *greens.begin(), PULSE_MIN_SPAN)
-        << "green stayed within " << *greens.begin() << ".." << *greens.rbegin() << " over " << frames << " frames";
+    char *name = nullptr;
+    ASSERT_NE(XFetchName(x, w, &name), 0) << "the window has no name";
+    std::string title = name ? name : "";
+    XFree(name);
+    EXPECT_EQ(title, "Lum Life");
 }
 
-// The boot screen's figure: three blades meeting at the centre, each a quarter turn wide, in the
-// green the background is not. A ring around the centre crosses three blades and three gaps,
-// whatever the figure's angle; it is read once the pulse makes the two greens far apart.
-TEST_F(Lumlife, BootScreenShowsTheThreeBladedFigureAtTheCentre)
+// The title screen: "* LUM LIFE *" in white on black at the display centre, shrinking from 5.5 to
+// 0.5 times its size (times the layout scale) over its 30 ticks, then the game screen. The toy is
+// paused between looks, so that no title frame goes by unseen on a loaded machine: it runs at
+// most four ticks a frame, and each look lets it run for a moment only.
+TEST_F(Lumlife, TheTitleShrinksAtTheCentreAndGivesWayToTheGameScreen)
 {
-    constexpr int RING_RADIUS = 60;      // inside every blade at any breathing scale
-    constexpr int RING_SAMPLES = 720;
-    constexpr int MIN_CONTRAST = 120;    // background and figure greens at least this far apart
-    ASSERT_TRUE(running());
+    constexpr int RUN_MS = 5;              // how long the toy runs between two looks
+    constexpr int GREY_SLACK = 8;          // a title frame is grey: channels this close
+    constexpr int LIGHT = 128;             // the title's ink
+    constexpr double SCALE_SLACK = 0.25;   // a measured size lies this close to a tick's size
+    constexpr double CENTRE_SLACK = 3.0;   // pixels between the text's centre and the display's
+    constexpr double MISS_SHARE = 0.03;    // glyph pixels that may read wrong at the edges of their footprint
+    const std::string title = "* LUM LIFE *";
+    const FONT_INK font = read_font_ink("assets/font8x8.txt");
+    ASSERT_TRUE(font.count('*') && font.count('L') && font.count('U') && font.count('M'));
+    // The title's ink extent in layout units: columns a..b, rows t..u
+    int a = INT32_MAX, b = -1, t = INT32_MAX, u = -1;
+    for (size_t i = 0; i < title.size(); i++)
+        for (int row = 0; row < 8; row++)
+            for (int col = 0; col < 8; col++)
+                if (font.at(title[i])[row][col]) {
+                    a = std::min(a, static_cast<int>(i) * 8 + col);
+                    b = std::max(b, static_cast<int>(i) * 8 + col);
+                    t = std::min(t, row);
+                    u = std::max(u, row);
+                }
+    const int width = static_cast<int>(title.size()) * 8;
+
+    int layout;
+    ASSERT_TRUE(logged(literal("NEW LAYOUT 960x640 global_scale 2.000000 (480x320)"), layout));
     Window w = toy_window();
     ASSERT_NE(w, None);
-    XCAPTURE_IMAGE image;
-    int background = 0;
-    bool painted = false;  // a window read before the first frame is all black
-    auto deadline = std::chrono::steady_clock::now() + std::chrono::duration<double>(PULSE_SECONDS);
-    for (;;) {
-        ASSERT_TRUE(xcapture_window(x, w, image));
+    std::vector<double> sizes;  // the title's size in each title frame, in pixels per font pixel
+    int clipped = 0;            // title frames too big for the window
+    bool game = false;
+    auto deadline = std::chrono::steady_clock::now() + std::chrono::duration<double>(WINDOW_SECONDS);
+    while (!game) {
+        ASSERT_LT(std::chrono::steady_clock::now(), deadline) << "no game screen after the title";
+        ASSERT_TRUE(process_pause(toy)) << process_transcript(toy);
+        XCAPTURE_IMAGE image;
+        bool read = xcapture_window(x, w, image);
+        ASSERT_TRUE(process_resume(toy));
+        ASSERT_TRUE(read);
+        std::this_thread::sleep_for(std::chrono::milliseconds(RUN_MS));
         ASSERT_EQ(image.w, WINDOW_W);
-        background = image.rgb[(static_cast<size_t>(SAMPLE_Y) * image.w + SAMPLE_X) * 3 + 1];
-        if (painted && std::abs(2 * background - 255) >= MIN_CONTRAST)
+        auto at = [&](int px, int py) { return &image.rgb[(static_cast<size_t>(py) * image.w + px) * 3]; };
+        // The game screen: the grid's backdrop, 0.3 times colour 0 (1.0, 0.2, 0.2), shows at the
+        // first cell's last glyph pixel, which no icon covers
+        const uint8_t *backdrop = at(GRID_X0 + 15, GRID_Y0 + 15);
+        if (std::abs(backdrop[0] - 76) <= 3 && std::abs(backdrop[1] - 15) <= 3 && std::abs(backdrop[2] - 15) <= 3) {
+            game = true;
             break;
-        painted = painted || background > 0;
-        ASSERT_LT(std::chrono::steady_clock::now(), deadline) << "the background green stayed near the middle";
+        }
+        bool grey = true;
+        int left = image.w, right = -1, top = image.h, bottom = -1;
+        for (int py = 0; py < image.h && grey; py++)
+            for (int px = 0; px < image.w; px++) {
+                const uint8_t *p = at(px, py);
+                grey = grey && std::abs(p[0] - p[1]) <= GREY_SLACK && std::abs(p[1] - p[2]) <= GREY_SLACK;
+                if (p[0] >= LIGHT) {
+                    left = std::min(left, px);
+                    right = std::max(right, px);
+                    top = std::min(top, py);
+                    bottom = std::max(bottom, py);
+                }
+            }
+        if (!grey || right < 0) {
+            // A window not drawn yet: only before the title
+            ASSERT_TRUE(sizes.empty() && clipped == 0) << "a frame that is neither title nor game after the title";
+            continue;
+        }
+        if (left == 0 || right == image.w - 1) {
+            clipped++;
+            ASSERT_TRUE(sizes.empty()) << "the title grew again";
+            continue;
+        }
+        // Where the font's ink says the text's edges are: its size and its centre
+        double s = (right + 1.0 - left) / (b + 1.0 - a);
+        double cx = left - (a - width / 2.0) * s, cy = top - (t - 4.0) * s;
+        EXPECT_NEAR(cx, WINDOW_W / 2.0, CENTRE_SLACK) << "frame " << sizes.size();
+        EXPECT_NEAR(cy, WINDOW_H / 2.0, CENTRE_SLACK) << "frame " << sizes.size();
+        EXPECT_NEAR(bottom + 1.0, cy + (u + 1.0 - 4.0) * s, CENTRE_SLACK) << "frame " << sizes.size();
+        // Each font pixel's footprint is lit exactly where the glyph has ink
+        int misses = 0, total = 0;
+        for (size_t i = 0; i < title.size(); i++)
+            for (int row = 0; row < 8; row++)
+                for (int col = 0; col < 8; col++) {
+                    int px = static_cast<int>(cx + (static_cast<double>(i) * 8 + col + 0.5 - width / 2.0) * s);
+                    int py = static_cast<int>(cy + (row + 0.5 - 4.0) * s);
+                    bool lit = at(px, py)[0] >= LIGHT;
+                    misses += lit != font.at(title[i])[row][col];
+                    total++;
+                }
+        EXPECT_LE(misses, MISS_SHARE * total) << "the text does not read \"" << title << "\" in frame " << sizes.size();
+        // Its size is that of one of the title's ticks: (5 f + 0.5) times the scale 2, f = counter / 30
+        double counter = (s / 2.0 - 0.5) / 5.0 * 30.0;
+        EXPECT_NEAR(counter, std::round(counter), SCALE_SLACK) << "size " << s;
+        EXPECT_GE(std::round(counter), 1.0);
+        EXPECT_LE(std::round(counter), 29.0);
+        if (!sizes.empty()) {
+            EXPECT_LE(s, sizes.back() + 0.1) << "the title shrinks";
+        }
+        sizes.push_back(s);
     }
-    int figure_green = 255 - background;
-    int on_figure = 0, changes = 0;
-    bool first = false, previous = false;
-    for (int i = 0; i < RING_SAMPLES; i++) {
-        double a = 2.0 * M_PI * i / RING_SAMPLES;
-        int px = WINDOW_W / 2 + static_cast<int>(std::lround(RING_RADIUS * std::cos(a)));
-        int py = WINDOW_H / 2 + static_cast<int>(std::lround(RING_RADIUS * std::sin(a)));
-        int g = image.rgb[(static_cast<size_t>(py) * image.w + px) * 3 + 1];
-        bool on = std::abs(g - figure_green) < std::abs(g - background);
-        on_figure += on ? 1 : 0;
-        if (i == 0)
-            first = on;
-        else if (on != previous)
-            changes++;
-        previous = on;
-    }
-    if (previous != first)
-        changes++;
-    EXPECT_EQ(changes, 6) << "three blades and three gaps around the centre";
-    EXPECT_NEAR(static_cast<double>(on_figure) / RING_SAMPLES, 0.75, 0.05) << "the blades cover three quarters";
+    // Paused between looks, the toy cannot hide its title's shrinking: it shows in several sizes
+    constexpr size_t MIN_SIZES = 3;
+    std::set<double> distinct(sizes.begin(), sizes.end());
+    EXPECT_GE(distinct.size(), MIN_SIZES) << "title frames that fit the window: " << sizes.size() << ", too big: "
+                                          << clipped;
+    int reset;
+    EXPECT_TRUE(logged(literal("RESET 0 buttons COUNTER 1"), reset, layout + 1));
 }
 
 TEST_F(Lumlife, LumshotSavesTheWindowAsAPng)
@@ -638,4 +724,41 @@ TEST(MakeRun, WithoutADisplayItRunsTheToyHeadlessAndPrintsTheScreenshotPath)
     EXPECT_TRUE(quit_cleanly) << process_transcript(run);
     process_stop(run);
     process_remove_dir(path.substr(0, path.rfind('/')));
+}
+
+// `make screenshot`: the run script shoots the toy's game screen with its prepared grid in
+// landscape and, after F1, in portrait, in a HOME of its own: the user's is left alone
+TEST(MakeScreenshot, ItShootsLandscapeAndPortraitWithoutTouchingTheUsersHome)
+{
+    std::string dir = process_temp_dir("lumtest-shots");
+    std::string home = process_temp_dir("lumtest-user");  // stands for the user's HOME
+    ASSERT_FALSE(dir.empty());
+    ASSERT_FALSE(home.empty());
+    PROCESS run;
+    std::string error;
+    ASSERT_TRUE(process_start(run, {RUN_SCRIPT, BUILD_DIR, "--screenshot", dir + "/shot.png"}, "", error,
+                              {"HOME=" + home}))
+        << error;
+    int landscape = process_wait_line(run, std::regex("^Screenshot saved: " + literal(dir + "/shot.png") + "$"),
+                                      LOG_SECONDS + EXIT_SECONDS);
+    EXPECT_GE(landscape, 0) << process_transcript(run);
+    int portrait = process_wait_line(run, std::regex("^Screenshot saved: " + literal(dir + "/shot-portrait.png") + "$"),
+                                     LOG_SECONDS + EXIT_SECONDS);
+    EXPECT_GT(portrait, landscape) << process_transcript(run);
+    bool ended = process_wait_exit(run, EXIT_SECONDS);
+    int status = run.status;
+    process_stop(run);
+    EXPECT_TRUE(ended) << process_transcript(run);
+    EXPECT_TRUE(WIFEXITED(status) && WEXITSTATUS(status) == 0) << describe_status(status);
+    int w = 0, h = 0;
+    EXPECT_TRUE(png_size(dir + "/shot.png", w, h));
+    EXPECT_EQ(w, WINDOW_W);
+    EXPECT_EQ(h, WINDOW_H);
+    EXPECT_TRUE(png_size(dir + "/shot-portrait.png", w, h));
+    EXPECT_EQ(w, 320);
+    EXPECT_EQ(h, 480);
+    std::error_code ignored;
+    EXPECT_TRUE(std::filesystem::is_empty(home, ignored)) << "the run wrote into the user's HOME";
+    process_remove_dir(dir);
+    process_remove_dir(home);
 }

@@ -39,23 +39,23 @@ constexpr int TOLERANCE = 2; // colour steps a blended pixel may be off by
 //----------------------------------------------------------------------------------
 // Types
 //----------------------------------------------------------------------------------
-struct RGB {
+struct PIXEL {
     int r, g, b;
 };
 
-constexpr RGB BLACK = {0, 0, 0};
-constexpr RGB RED = {255, 0, 0};
-constexpr RGB GREEN = {0, 255, 0};
-constexpr RGB BLUE = {0, 0, 255};
-constexpr RGB WHITE = {255, 255, 255};
-constexpr RGB YELLOW = {255, 255, 0};
+constexpr PIXEL BLACK = {0, 0, 0};
+constexpr PIXEL RED = {255, 0, 0};
+constexpr PIXEL GREEN = {0, 255, 0};
+constexpr PIXEL BLUE = {0, 0, 255};
+constexpr PIXEL WHITE = {255, 255, 255};
+constexpr PIXEL YELLOW = {255, 255, 0};
 
-bool operator==(const RGB &a, const RGB &b)
+bool operator==(const PIXEL &a, const PIXEL &b)
 {
     return a.r == b.r && a.g == b.g && a.b == b.b;
 }
 
-std::ostream &operator<<(std::ostream &out, const RGB &c)
+std::ostream &operator<<(std::ostream &out, const PIXEL &c)
 {
     return out << "(" << c.r << ", " << c.g << ", " << c.b << ")";
 }
@@ -65,14 +65,14 @@ std::ostream &operator<<(std::ostream &out, const RGB &c)
 //----------------------------------------------------------------------------------
 // The colour of one pixel of the frame being drawn, in screen coordinates (origin at the top
 // left; OpenGL counts rows from the bottom)
-RGB pixel(int x, int y)
+PIXEL pixel(int x, int y)
 {
     uint8_t p[4] = {0, 0, 0, 0};
     glReadPixels(x, WINDOW_H - 1 - y, 1, 1, GL_RGBA, GL_UNSIGNED_BYTE, p);
     return {p[0], p[1], p[2]};
 }
 
-bool close_to(const RGB &a, const RGB &b, int tolerance = TOLERANCE)
+bool close_to(const PIXEL &a, const PIXEL &b, int tolerance = TOLERANCE)
 {
     return std::abs(a.r - b.r) <= tolerance && std::abs(a.g - b.g) <= tolerance && std::abs(a.b - b.b) <= tolerance;
 }
@@ -82,7 +82,7 @@ std::string row_letters(int y, int x0, int x1)
 {
     std::string s;
     for (int x = x0; x < x1; x++) {
-        RGB c = pixel(x, y);
+        PIXEL c = pixel(x, y);
         s += c == RED ? 'R' : c == GREEN ? 'G' : c == BLUE ? 'B' : c == WHITE ? 'W' : c == BLACK ? 'K' : '?';
     }
     return s;
@@ -99,7 +99,7 @@ std::string expected_row(int from, std::vector<std::pair<char, int>> runs, int w
 }
 
 // A solid square piece of one colour
-std::vector<uint8_t> solid(int w, int h, RGB c)
+std::vector<uint8_t> solid(int w, int h, PIXEL c)
 {
     std::vector<uint8_t> p;
     for (int i = 0; i < w * h; i++)
@@ -115,7 +115,7 @@ std::vector<uint8_t> quarters()
     for (int y = 0; y < PIECE; y++)
         for (int x = 0; x < PIECE; x++) {
             bool left = x < PIECE / 2, top = y < PIECE / 2;
-            RGB c = top ? (left ? RED : BLUE) : (left ? GREEN : WHITE);
+            PIXEL c = top ? (left ? RED : BLUE) : (left ? GREEN : WHITE);
             p.insert(p.end(), {static_cast<uint8_t>(c.r), static_cast<uint8_t>(c.g), static_cast<uint8_t>(c.b), 255});
         }
     return p;
@@ -272,7 +272,7 @@ TEST_F(Render, TurtleColourTintsTheBatchedSprite)
     sprite_batch_plot(dot, 0, 0);
     sprite_batch_draw(page);
     EXPECT_EQ(pixel(40, 40), BLUE);
-    EXPECT_EQ(pixel(41, 40), (RGB{255, 0, 255}));
+    EXPECT_EQ(pixel(41, 40), (PIXEL{255, 0, 255}));
     EXPECT_EQ(pixel(39, 40), BLACK);
     EXPECT_EQ(pixel(42, 40), BLACK);
     EXPECT_EQ(pixel(40, 39), BLACK);
@@ -459,7 +459,7 @@ TEST_F(Render, PolygonsAreDrawnInTheirVertexColours)
     EXPECT_EQ(pixel(160, 97), BLACK);
     EXPECT_EQ(pixel(184, 120), BLACK);
     // The fan: red in the middle fading to the blue rim
-    RGB middle = pixel(250, 120), rim = pixel(250, 102);
+    PIXEL middle = pixel(250, 120), rim = pixel(250, 102);
     EXPECT_GT(middle.r, 230) << middle;
     EXPECT_LT(middle.b, 25) << middle;
     EXPECT_GT(rim.b, 200) << rim;
@@ -551,20 +551,20 @@ TEST_F(Render, BootScreenDrawsThreeBladesAroundTheCentre)
     };
     for (int blade = 0; blade < 3; blade++) {
         SCOPED_TRACE(blade);
-        RGB in = look(heading + 120.0 * blade);
+        PIXEL in = look(heading + 120.0 * blade);
         EXPECT_EQ(in.r, 0);
         EXPECT_EQ(in.b, 0);
         EXPECT_GE(in.g, lo) << "figure green at " << b0 << " .. " << b1;
         EXPECT_LE(in.g, hi);
         // Halfway to the next blade lies the background
-        RGB gap = look(heading + 120.0 * blade + 60.0);
+        PIXEL gap = look(heading + 120.0 * blade + 60.0);
         EXPECT_EQ(gap.r, 0);
         EXPECT_EQ(gap.b, 0);
         EXPECT_GE(gap.g, 255.0 - hi) << "background green";
         EXPECT_LE(gap.g, 255.0 - lo);
     }
     // Far from the centre there is background only
-    RGB corner = pixel(5, 5);
+    PIXEL corner = pixel(5, 5);
     EXPECT_GE(corner.g, 255.0 - hi);
     EXPECT_LE(corner.g, 255.0 - lo);
 }

@@ -11,6 +11,7 @@
 #include <cstring>
 #include <future>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "SDL.h"
@@ -264,6 +265,83 @@ TEST_F(Wrapper, ResetOpenGlMatrixScalesALogicalSurfaceToTheDisplay)
     glGetFloatv(GL_MODELVIEW_MATRIX, m);
     EXPECT_FLOAT_EQ(m[0], 1.0f);
     EXPECT_FLOAT_EQ(m[5], 1.0f);
+}
+
+//----------------------------------------------------------------------------------
+// Window caption
+//----------------------------------------------------------------------------------
+// The caption SDL keeps for the window and its iconified name; empty text for none
+static std::pair<std::string, std::string> sdl_caption()
+{
+    char *title = nullptr;
+    char *icon = nullptr;
+    SDL_WM_GetCaption(&title, &icon);
+    return {title ? title : "", icon ? icon : ""};
+}
+
+// The name the X server holds for the toy's top-level window; empty while there is none
+static std::string server_window_name(Display *x)
+{
+    Window window = xcapture_find_toplevel(x);
+    if (window == None)
+        return "";
+    char *name = nullptr;
+    if (!XFetchName(x, window, &name) || !name)
+        return "";
+    std::string text = name;
+    XFree(name);
+    return text;
+}
+
+// Wait until the server names the top-level window `want`; false on timeout
+static bool window_named(Display *x, const std::string &want)
+{
+    auto deadline = std::chrono::steady_clock::now() + std::chrono::duration<double>(WINDOW_WAIT_SECONDS);
+    do {
+        if (server_window_name(x) == want)
+            return true;
+        SDL_Delay(WINDOW_POLL_MS);
+    } while (std::chrono::steady_clock::now() < deadline);
+    return false;
+}
+
+TEST_F(Wrapper, SetTitleNamesTheWindowAndItsIcon)
+{
+    ASSERT_EQ(wrapper_set_graphics(960, 640, 0, 0), 1);
+    lum_set_title("Lum Life");
+    EXPECT_EQ(sdl_caption(), (std::pair<std::string, std::string>{"Lum Life", "Lum Life"}));
+    EXPECT_TRUE(window_named(x, "Lum Life")) << "the server has '" << server_window_name(x) << "'";
+}
+
+TEST_F(Wrapper, TheCaptionSurvivesReopeningTheWindowAtEverySize)
+{
+    ASSERT_EQ(wrapper_set_graphics(960, 640, 0, 0), 1);
+    lum_set_title("Lum Life");
+    ASSERT_TRUE(window_named(x, "Lum Life"));
+    const int sizes[][2] = {{320, 480}, {1136, 640}, {960, 640}};
+    for (const auto &size : sizes) {
+        ASSERT_EQ(wrapper_set_graphics(size[0], size[1], 0, 0), 1);
+        ASSERT_TRUE(window_mapped_with_size(size[0], size[1]));
+        EXPECT_EQ(sdl_caption().first, "Lum Life") << size[0] << "x" << size[1];
+        EXPECT_TRUE(window_named(x, "Lum Life")) << size[0] << "x" << size[1] << ": the server has '"
+                                                 << server_window_name(x) << "'";
+    }
+}
+
+TEST_F(Wrapper, ACaptionSetBeforeTheWindowOpensNamesIt)
+{
+    lum_set_title("Lum Life");
+    ASSERT_EQ(wrapper_set_graphics(480, 320, 0, 0), 1);
+    EXPECT_EQ(sdl_caption().first, "Lum Life");
+    EXPECT_TRUE(window_named(x, "Lum Life")) << "the server has '" << server_window_name(x) << "'";
+}
+
+TEST_F(Wrapper, ANullTitleKeepsTheCaption)
+{
+    ASSERT_EQ(wrapper_set_graphics(480, 320, 0, 0), 1);
+    lum_set_title("Lum Life");
+    lum_set_title(nullptr);
+    EXPECT_EQ(sdl_caption().first, "Lum Life");
 }
 
 //----------------------------------------------------------------------------------

@@ -356,6 +356,13 @@ const char *lum_app_name()
     return appname_ ? appname_ : "unnamed";
 }
 
+// Name the window; the platform keeps the caption when the window is reopened at another size
+void lum_set_title(const char *title)
+{
+    if (title)
+        wrapper_set_title(title);
+}
+
 double lum_lerp(float t, float start, float end)
 {
     return (1.0 - t) * start + static_cast<double>(t) * end;

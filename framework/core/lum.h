@@ -18,6 +18,19 @@ constexpr int LUM_MAX_CATCH_UP = 4;    // logic ticks one pass may run; the rest
 //----------------------------------------------------------------------------------
 // Types
 //----------------------------------------------------------------------------------
+// Shared by every module: positions and offsets, colours with components in 0..1
+struct XY {
+    float x, y;
+};
+
+struct RGB {
+    float r, g, b;
+};
+
+struct RGBA {
+    float r, g, b, a;
+};
+
 // Audio switches shared with the audio callback thread. Each is one byte or one pointer written
 // by the main thread only, except synth_effects_state (see below); no locks.
 struct LUM_SETTINGS {
@@ -59,6 +72,7 @@ void lum_pause(int pause);
 int lum_is_paused();
 void lum_disable_render(int set); // no rendering, flipping or frame counting; ticks go on
 void lum_set_app_name(const char *name);  // keeps the pointer, not a copy
+void lum_set_title(const char *title);    // the window's caption; null is ignored
 const char *lum_app_name();               // "unnamed" when none was set
 double lum_lerp(float t, float start, float end);
 int lum_enable_wave(uint8_t enable);      // stream_init_result when there is no audio, else 1

@@ -244,6 +244,13 @@ int process_wait_line(PROCESS &p, const std::regex &pattern, double seconds, siz
     }
 }
 
+bool process_drain(PROCESS &p)
+{
+    while (read_some(p, 0)) {
+    }
+    return p.out >= 0;
+}
+
 bool process_wait_exit(PROCESS &p, double seconds)
 {
     if (p.pid < 0)
@@ -276,6 +283,31 @@ bool process_signal(PROCESS &p, int sig)
     if (p.pid < 0 || p.reaped)
         return false;
     return kill(p.pid, sig) == 0;
+}
+
+bool process_pause(PROCESS &p)
+{
+    if (!process_signal(p, SIGSTOP))
+        return false;
+    for (;;) {
+        int status = 0;
+        pid_t r = waitpid(p.pid, &status, WUNTRACED);
+        if (r < 0 && errno == EINTR)
+            continue;
+        if (r != p.pid)
+            return false;
+        if (WIFSTOPPED(status))
+            return true;
+        // It ended before the stop arrived: that is its exit status.
+        p.reaped = true;
+        p.status = status;
+        return false;
+    }
+}
+
+bool process_resume(PROCESS &p)
+{
+    return process_signal(p, SIGCONT);
 }
 
 void process_stop(PROCESS &p)

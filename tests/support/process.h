@@ -40,12 +40,23 @@ bool process_start(PROCESS &p, const std::vector<std::string> &argv, const std::
 // line's index, or -1 when `seconds` pass or the output ends first.
 int process_wait_line(PROCESS &p, const std::regex &pattern, double seconds, size_t from = 0);
 
+// Read whatever output is there now, without waiting (a child that logs while a test looks at
+// its window must not fill the pipe); false once the output has ended.
+bool process_drain(PROCESS &p);
+
 // Wait up to `seconds` for the child to exit, reading its output meanwhile; true once reaped
 // (see `status`).
 bool process_wait_exit(PROCESS &p, double seconds);
 
 // Send a signal to a running child; false if there is none or the signal fails.
 bool process_signal(PROCESS &p, int sig);
+
+// Stop a running child (SIGSTOP) and wait until it has stopped, so that a test can look at
+// what it shows at one moment; false if there is none or it ended instead (then reaped).
+bool process_pause(PROCESS &p);
+
+// Let a paused child go on (SIGCONT); false if there is none.
+bool process_resume(PROCESS &p);
 
 // Kill the child if it still runs, reap it, close the pipe and remove the temporary HOME.
 void process_stop(PROCESS &p);

@@ -173,6 +173,11 @@ void wrapper_show_cursor(int set)
     SDL_ShowCursor(set != 0);
 }
 
+void wrapper_set_title(const char *title)
+{
+    SDL_WM_SetCaption(title, title);
+}
+
 //----------------------------------------------------------------------------------
 // [SECTION] Events
 //----------------------------------------------------------------------------------

@@ -25,6 +25,7 @@ int wrapper_display_h();
 void wrapper_reset_opengl_matrix(float w, float h);  // a logical w x h surface fills the display
 void wrapper_flip_screen();
 void wrapper_show_cursor(int set);
+void wrapper_set_title(const char *title);  // the window's caption (and its iconified name)
 
 // Events and time
 void wrapper_handle_events();                 // drain the platform's events into the input ring
