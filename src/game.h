@@ -7,7 +7,7 @@
 // run/step controls, speed, border, random fill and clear, and a second panel of display
 // settings, built with the button toolkit and drawn through the turtle into sprite batches.
 // Depends on: life (the engine), lum (log lines), buttons, main (the shell), sounds, state,
-// sprite, glyphs, turtle, rnd.
+// sprite, glyphs, turtle, draw, rnd.
 #pragma once
 
 #include <array>
