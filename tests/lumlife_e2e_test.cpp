@@ -51,22 +51,6 @@ static const char UNPREFIXED_REPORT[] = R"(^(RULES: B[0-8]*/S[0-8]*, (wrap|dead|
 //----------------------------------------------------------------------------------
 // Helpers
 //----------------------------------------------------------------------------------
-// `text` as a regular expression that matches exactly it
-static std::string literal(const std::string &text)
-{
-    static const std::regex special(R"([.^$|()\[\]{}*+?\\])");
-    return std::regex_replace(text, special, R"(\$&)");
-}
-
-static std::string describe_status(int status)
-{
-    if (WIFEXITED(status))
-        return "exit status " + std::to_string(WEXITSTATUS(status));
-    if (WIFSIGNALED(status))
-        return "killed by signal " + std::to_string(WTERMSIG(status));
-    return "wait status " + std::to_string(status);
-}
-
 // The width and height in a PNG file's header; false if it is not a PNG
 static bool png_size(const std::string &path, int &w, int &h)
 {

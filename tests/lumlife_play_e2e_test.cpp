@@ -179,23 +179,6 @@ enum CONTROL {
 //----------------------------------------------------------------------------------
 // Helpers: text, the record, the Life rule
 //----------------------------------------------------------------------------------
-// `text` as a regular expression that matches exactly it
-static std::string literal(const std::string &text)
-{
-    static const std::regex special(R"([.^$|()\[\]{}*+?\\])");
-    return std::regex_replace(text, special, R"(\$&)");
-}
-
-// A child's wait status in words
-static std::string describe_status(int status)
-{
-    if (WIFEXITED(status))
-        return "exit status " + std::to_string(WEXITSTATUS(status));
-    if (WIFSIGNALED(status))
-        return "killed by signal " + std::to_string(WTERMSIG(status));
-    return "wait status " + std::to_string(status);
-}
-
 // A fresh record as the toy's defaults have it: B3/S23, wrap border, 60 per second, not running,
 // counter shown, colours and icons 0, an empty grid and counter 0
 static RECORD fresh_record()

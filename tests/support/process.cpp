@@ -368,3 +368,18 @@ void process_remove_dir(const std::string &path)
     std::error_code ignored;
     std::filesystem::remove_all(path, ignored);
 }
+
+std::string literal(const std::string &text)
+{
+    static const std::regex special(R"([.^$|()\[\]{}*+?\\])");
+    return std::regex_replace(text, special, R"(\$&)");
+}
+
+std::string describe_status(int status)
+{
+    if (WIFEXITED(status))
+        return "exit status " + std::to_string(WEXITSTATUS(status));
+    if (WIFSIGNALED(status))
+        return "killed by signal " + std::to_string(WTERMSIG(status));
+    return "wait status " + std::to_string(status);
+}

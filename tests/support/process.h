@@ -84,3 +84,8 @@ std::string process_temp_dir(const char *prefix);
 
 // Remove a directory and everything in it; an empty path does nothing.
 void process_remove_dir(const std::string &path);
+
+// `text` as a regular expression that matches exactly it
+std::string literal(const std::string &text);
+// A child's wait status in words: "exit status N", "killed by signal N"
+std::string describe_status(int status);
