@@ -5,6 +5,7 @@
 #include "wrapper_image.h"
 
 FAKE_PLATFORM fake_platform;
+std::recursive_mutex fake_audio_lock;
 
 void fake_platform_reset()
 {
@@ -113,6 +114,19 @@ void wrapper_yield()
     fake_platform.ms += 1;
     if (fake_platform.on_yield)
         fake_platform.on_yield();
+}
+
+// The audio lock of the test double: a real recursive lock, so that a test thread standing in
+// for the audio callback (which takes it around every block) is kept out as on the platform
+void wrapper_lock_audio()
+{
+    fake_audio_lock.lock();
+    fake_platform.audio_locks++;
+}
+
+void wrapper_unlock_audio()
+{
+    fake_audio_lock.unlock();
 }
 
 void wrapper_start_audio_stream()

@@ -4,6 +4,7 @@
 #pragma once
 
 #include <cstdint>
+#include <mutex>
 #include <string>
 
 struct FAKE_PLATFORM {
@@ -15,12 +16,14 @@ struct FAKE_PLATFORM {
     int polls;                     // wrapper_handle_events calls
     int flips;                     // buffer swaps (frames presented)
     int yields;                    // wrapper_yield calls
+    int audio_locks;               // wrapper_lock_audio calls
     void (*on_poll)();             // run inside every event poll (a test may queue input events here)
     void (*on_yield)();            // run after every yield has advanced the clock by 1 ms
     std::string title;             // the window caption set last; empty when none was set
 };
 
 extern FAKE_PLATFORM fake_platform;
+extern std::recursive_mutex fake_audio_lock;  // what wrapper_lock_audio takes
 
 // Back to a clock at 0 ms, a 960 x 640 display, every counter 0, no title and no hooks.
 void fake_platform_reset();

@@ -21,6 +21,7 @@
 #include "poly.h"
 #include "rnd.h"
 #include "sine.h"
+#include "synth_effects.h"
 #include "turtle.h"
 #include "wrapper.h"
 
@@ -28,7 +29,7 @@
 // [SECTION] Module state
 //----------------------------------------------------------------------------------
 LUM_SETTINGS lum_settings;
-uint32_t lum_ticks = 0;
+std::atomic<uint32_t> lum_ticks = 0;
 
 static int logic_rate = LUM_DEFAULT_RATE;
 static uint32_t time_ticks = 0;    // platform tick count at logic_rate when the rate was last set
@@ -46,7 +47,7 @@ static const char *appname_ = nullptr;
 //----------------------------------------------------------------------------------
 static void log_prefix()
 {
-    std::printf("[lum %.2fs (%u)] ", lum_seconds(), static_cast<unsigned>(lum_ticks));
+    std::printf("[lum %.2fs (%u)] ", lum_seconds(), static_cast<unsigned>(lum_ticks.load()));
 }
 
 void lum_log(const char *text)
@@ -97,14 +98,23 @@ constexpr double BOOT_SPIN_DEG = 60.0;     // degrees per second the figure turn
 constexpr double BOOT_BREATHE_DEG = 15.0;  // degrees per second of the figure's breathing: one breath in 24 s
 constexpr double BOOT_BREATHE = 0.25;      // the figure's scale swings this much around 1
 constexpr int BOOT_BLADES = 3;            // blades of the figure, a third of a turn apart
+constexpr float BOOT_GROWL_Q = 0.9f;         // the growl's resonance
+constexpr float BOOT_GROWL_SWEEP_FROM = 2000.0f;  // Hz: the growl's modulation depth falls ...
+constexpr float BOOT_GROWL_SWEEP_TO = 200.0f;     // ... to this
+constexpr float BOOT_GROWL_MS = 3000.0f;     // over this long, which is also its release
 
 static int boot_step = 0;
 
-// Placeholder until the effect slots exist: the growl effect is started here at the given
-// frequency; for now the boot screen is silent.
+// Start the growl at `freq` Hz, its low-pass an octave above
 static void boot_growl(double freq)
 {
-    (void)freq;
+    SYNTH_EFFECT_STATE *e = synth_effect(growl_effect);
+    e->freq = static_cast<float>(freq);
+    e->filt = static_cast<float>(2.0 * freq);
+    e->q = BOOT_GROWL_Q;
+    e->ramp_start = BOOT_GROWL_SWEEP_FROM;
+    e->ramp_end = BOOT_GROWL_SWEEP_TO;
+    e->d = BOOT_GROWL_MS;
 }
 
 // Two growls, at 0.5 s and at 3 s after start-up
@@ -157,6 +167,20 @@ STATE lum_state = {nullptr, boot_update, boot_render, nullptr};
 //----------------------------------------------------------------------------------
 // [SECTION] Start-up and shut-down
 //----------------------------------------------------------------------------------
+// Clear the audio switches field by field (the shared ones are atomics, which are not copied)
+static void clear_settings()
+{
+    lum_settings.stream_sample_rate = 0;
+    lum_settings.stream_buffer_size = 0;
+    lum_settings.stream_init_result = 0;
+    lum_settings.synth_effects_state = 0;
+    lum_settings.enable_synth = 0;
+    lum_settings.enable_wav = 0;
+    lum_settings.render_first = 0;
+    lum_settings.delta_timing = 0;
+    lum_settings.callback_glitch = nullptr;
+}
+
 // Start the framework. The video mode is not opened here: the application calls lum_graphics,
 // or lum_run opens the default mode.
 int lum_init()
@@ -164,12 +188,11 @@ int lum_init()
     if (is_init_)
         return 1;
     lum_log("lum init");
-    lum_settings = LUM_SETTINGS{};
+    clear_settings();
     mrand_seed = static_cast<uint32_t>(std::time(nullptr));
     input_init();
     wrapper_init();
-    // Not yet connected: the effect slots start here, between the platform and the atlas, once
-    // the synthesiser exists.
+    synth_effects_init(0, 0);
     atlas_init();
     init_sine_table();
     turtle_home();
@@ -203,15 +226,20 @@ static void render_frame(int &frames)
     frames++;
 }
 
-// Run one logic tick: events in, the screen's update, the audio hand-over marker, events out
+// Run one logic tick: events in, the screen's update, the audio hand-over marker, events out.
+// NOTE: the audio device stays locked from the tick's start to its hand-over, so the effects a
+// screen creates, and the parameters it writes into them, are whole before the audio thread
+// runs them. A screen's update therefore must not open or close the audio stream.
 static void run_tick()
 {
     logic_ticks++;
+    wrapper_lock_audio();
     lum_ticks++;
     wrapper_handle_events();
     input_update_events();
     state_update();
     lum_settings.synth_effects_state++;
+    wrapper_unlock_audio();
     input_clear_events();
 }
 
@@ -372,12 +400,23 @@ int lum_enable_wave(uint8_t enable)
 {
     if (lum_settings.stream_init_result < 1)
         return lum_settings.stream_init_result;
-    lum_logf("ENABLE WAV? %d\n", lum_settings.enable_wav);
+    lum_logf("ENABLE WAV? %d\n", lum_settings.enable_wav.load());
     lum_settings.enable_wav = enable;
     return 1;
 }
 
-void lum_set_glitch_callback(void (*callback)(int16_t *samples, int a, int b))
+// Switch the synthesiser on or off; a change clears the effect slots
+int lum_enable_synth(uint8_t enable)
+{
+    if (lum_settings.stream_init_result < 1)
+        return lum_settings.stream_init_result;
+    if (enable != lum_settings.enable_synth)
+        synth_effects_init(-1, -1);
+    lum_settings.enable_synth = enable;
+    return 1;
+}
+
+void lum_set_glitch_callback(LUM_GLITCH_CALLBACK callback)
 {
     lum_settings.callback_glitch = callback;
 }

@@ -2,9 +2,11 @@
 // Start-up and shut-down, the fixed-rate logic loop with its timing, frame counting and quit
 // handling, the log-line convention every module uses, the audio switches shared with the audio
 // thread, and the boot screen that is current until the application switches to its own.
-// Depends on: wrapper (platform), state, input, rnd, sine, turtle, draw, atlas, poly.
+// Depends on: wrapper (platform, the audio lock), state, input, rnd, sine, turtle, draw, atlas,
+// poly, synth_effects (set up at start-up; the boot screen's growl).
 #pragma once
 
+#include <atomic>
 #include <cstdint>
 
 #include "state.h"
@@ -31,25 +33,32 @@ struct RGBA {
     float r, g, b, a;
 };
 
-// Audio switches shared with the audio callback thread. Each is one byte or one pointer written
-// by the main thread only, except synth_effects_state (see below); no locks.
+using LUM_GLITCH_CALLBACK = void (*)(int16_t *samples, int a, int b);
+
+// Audio switches shared with the audio callback thread. The four the callback reads are atomic
+// (each one byte or one pointer, lock-free, so the record keeps its layout): the main thread
+// writes the switches and the hook, and both threads write the hand-over marker.
 struct LUM_SETTINGS {
-    uint32_t stream_sample_rate;   // audio stream sample rate; cleared at start
-    uint32_t stream_buffer_size;   // audio stream buffer size; cleared at start
-    int8_t stream_init_result;     // result of opening the audio stream; below 1 means no audio
-    uint8_t synth_effects_state;   // +1 per logic tick (wrapping); the audio callback resets it
-    uint8_t enable_synth;          // mix the synthesiser, allow effects to start
-    uint8_t enable_wav;            // mix the sample voices
-    uint8_t render_first;          // kept as a settable flag; the loop does not consult it
-    uint8_t delta_timing;          // kept as a settable flag; the loop does not consult it
-    void (*callback_glitch)(int16_t *samples, int a, int b);  // optional hook on the mixed buffer
+    uint32_t stream_sample_rate;                 // audio stream sample rate; cleared at start
+    uint32_t stream_buffer_size;                 // audio stream buffer size; cleared at start
+    int8_t stream_init_result;                   // result of opening the audio stream; below 1 means no audio
+    std::atomic<uint8_t> synth_effects_state;    // +1 per logic tick (wrapping); the audio callback resets it
+    std::atomic<uint8_t> enable_synth;           // mix the synthesiser, allow effects to start
+    std::atomic<uint8_t> enable_wav;             // mix the sample voices
+    uint8_t render_first;                        // kept as a settable flag; the loop does not consult it
+    uint8_t delta_timing;                        // kept as a settable flag; the loop does not consult it
+    std::atomic<LUM_GLITCH_CALLBACK> callback_glitch;  // optional hook on the mixed buffer
 };
+static_assert(sizeof(std::atomic<uint8_t>) == 1 && std::atomic<uint8_t>::is_always_lock_free,
+              "the audio switches stay single lock-free bytes");
+static_assert(std::atomic<LUM_GLITCH_CALLBACK>::is_always_lock_free, "the hook stays a lock-free pointer");
 
 //----------------------------------------------------------------------------------
 // Module state
 //----------------------------------------------------------------------------------
 extern LUM_SETTINGS lum_settings;
-extern uint32_t lum_ticks;  // the running logic tick number, printed in every log line
+extern std::atomic<uint32_t> lum_ticks;  // the running logic tick number, printed in every log line;
+                                         // the audio thread reads it too
 extern STATE lum_state;     // the boot screen
 
 //----------------------------------------------------------------------------------
@@ -76,7 +85,8 @@ void lum_set_title(const char *title);    // the window's caption; null is ignor
 const char *lum_app_name();               // "unnamed" when none was set
 double lum_lerp(float t, float start, float end);
 int lum_enable_wave(uint8_t enable);      // stream_init_result when there is no audio, else 1
-void lum_set_glitch_callback(void (*callback)(int16_t *samples, int a, int b));
+int lum_enable_synth(uint8_t enable);     // the same; a change resets the effect slots
+void lum_set_glitch_callback(LUM_GLITCH_CALLBACK callback);
 
 // Logging: every line goes to standard output as the prefix "[lum <seconds>s (<tick>)] " and
 // then the message, flushed at once so that a pipe reads it while the program runs.

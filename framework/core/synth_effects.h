@@ -1,9 +1,15 @@
 // synth_effects: sound effects as small programs in slots of the synthesiser's stage array.
 // An effect function builds and steers a patch in its slot once per logic tick and tells the
 // slot manager whether to go on, release the slot while its stages ring out, or stop them.
-// Depends on: nothing yet.
+// Slots divide the synthesiser's stage array into equal parts; a new effect takes a free slot,
+// or steals the oldest release tail of lower priority when none is free. The effects run on the
+// audio thread; they are created on the main thread, with the audio device locked (see
+// synth_effect_ex).
+// Depends on: synth (the stages), lum (log lines, the tick count and clock, the audio switches),
+// wrapper (the audio lock).
 #pragma once
 
+#include <array>
 #include <cstdint>
 
 //----------------------------------------------------------------------------------
@@ -13,6 +19,8 @@
 constexpr int SYNTH_EFFECT_STOP = -1;    // give up the slot and silence its stages at once
 constexpr int SYNTH_EFFECT_CONT = 0;     // call again at the next tick
 constexpr int SYNTH_EFFECT_RELEASE = 1;  // give up the slot; its stages ring out by themselves
+
+constexpr int SYNTH_EFFECTS_MAX = 32;     // slot records: the most slots there can be
 
 //----------------------------------------------------------------------------------
 // Types
@@ -37,3 +45,27 @@ struct SYNTH_EFFECT_STATE {
     float freq, freq2, filt, filt_high, q, duty, duty2, ramp_start, ramp_end, a, d, s, r, value;
     void *info;               // free for the effect's use
 };
+
+//----------------------------------------------------------------------------------
+// Module state
+//----------------------------------------------------------------------------------
+extern std::array<SYNTH_EFFECT_STATE, SYNTH_EFFECTS_MAX> synth_effects;  // the slots
+
+//----------------------------------------------------------------------------------
+// Functions
+//----------------------------------------------------------------------------------
+// Set the number of slots and their stages and clear every slot: 0 takes the default (4 slots,
+// 8 stages), a negative value keeps the current one; at most 32 slots and 256 stages in all
+void synth_effects_init(int voices, int slots);
+// Start an effect; returns its slot's record, or a spare record (which never runs) when no slot
+// can be had. The caller fills in its parameters in the same logic tick.
+SYNTH_EFFECT_STATE *synth_effect_ex(SYNTH_EFFECT func, int priority);
+SYNTH_EFFECT_STATE *synth_effect(SYNTH_EFFECT func);
+// Choose and claim a slot: its number, -1 when none (or the synthesiser is off), -2 without func
+int get_effect_ex(SYNTH_EFFECT func, int force, int priority);
+void synth_effects_update();   // audio thread: run every effect once per logic tick
+int synth_effects_active();    // slots whose stages still sound
+int synth_effects_tail_slot(); // the first stage above all slots, free for other patches
+
+// The framework's own effect: the start-up growl
+int growl_effect(SYNTH_EFFECT_STATE *effect);

@@ -288,6 +288,16 @@ void wrapper_yield()
     wrapper_delay(0.001);
 }
 
+void wrapper_lock_audio()
+{
+    SDL_LockAudio();
+}
+
+void wrapper_unlock_audio()
+{
+    SDL_UnlockAudio();
+}
+
 void wrapper_start_audio_stream()
 {
 }

@@ -35,6 +35,12 @@ int wrapper_set_logic_rate(float rate);       // 0: accepted; negative: refused
 void wrapper_delay(double seconds);
 void wrapper_yield();                         // sleep one millisecond
 
+// The audio lock: while it is held the audio callback does not run (the platform holds the same
+// lock around every call of it). It may be taken again by its holder; every lock is matched by
+// an unlock. The audio stream must not be opened or closed while it is held.
+void wrapper_lock_audio();
+void wrapper_unlock_audio();
+
 // Threads and audio stream hooks of handheld platforms
 void wrapper_start_audio_stream();
 void wrapper_stop_audio_stream();
