@@ -3,7 +3,7 @@
 BUILD ?= build
 JOBS ?= $(shell nproc 2>/dev/null || echo 2)
 
-.PHONY: run test bench screenshot art build deps clean
+.PHONY: run test bench screenshot art sounds build deps clean
 
 run: build
 	@tools/run.sh $(BUILD)
@@ -23,6 +23,13 @@ screenshot: build
 # The toy's art: regenerates gfx/*.png and the contact sheet docs/art.png from assets/.
 art: build
 	@$(BUILD)/tools/artgen assets gfx docs/art.png
+
+# The toy's sounds, rendered through its synthesiser: docs/sounds/*.wav, one per sound, and their
+# waveforms and spectrograms in docs/sounds.png (labelled with the font from assets/).
+sounds: build
+	@mkdir -p docs/sounds
+	@rm -f docs/sounds/*.wav
+	@$(BUILD)/tools/synthwav --all docs/sounds docs/sounds.png assets/font8x8.txt
 
 build: deps
 	@cmake -S . -B $(BUILD) -DCMAKE_BUILD_TYPE=RelWithDebInfo --log-level=WARNING
