@@ -25,11 +25,13 @@ art: build
 	@$(BUILD)/tools/artgen assets gfx docs/art.png
 
 # The toy's sounds, rendered through its synthesiser: docs/sounds/*.wav, one per sound, and their
-# waveforms and spectrograms in docs/sounds.png (labelled with the font from assets/).
+# waveforms and spectrograms in docs/sounds.png (labelled with the font from assets/); and the
+# music test's tune, assets/tune.wav.
 sounds: build
 	@mkdir -p docs/sounds
 	@rm -f docs/sounds/*.wav
 	@$(BUILD)/tools/synthwav --all docs/sounds docs/sounds.png assets/font8x8.txt
+	@$(BUILD)/tools/synthwav tune assets/tune.wav
 
 build: deps
 	@cmake -S . -B $(BUILD) -DCMAKE_BUILD_TYPE=RelWithDebInfo --log-level=WARNING

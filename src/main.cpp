@@ -21,12 +21,16 @@
 #include "rnd.h"
 #include "sounds.h"
 #include "sprite.h"
+#include "synth_effects.h"
 #include "turtle.h"
 
 //----------------------------------------------------------------------------------
 // Constants
 //----------------------------------------------------------------------------------
 constexpr int APP_LOGIC_RATE = 60;                          // ticks per second of every screen
+constexpr unsigned APP_SOUND_RATE = 22050;                   // the audio stream's rate in Hz
+constexpr int APP_EFFECT_SLOTS = 8;                          // sounds at once ...
+constexpr int APP_EFFECT_STAGES = 8;                         // ... of up to 8 synthesiser stages each
 constexpr const char *SETTINGS_FILE = "settings.cfg";       // in the per-user save directory
 constexpr const char *SETTINGS_NEW_FILE = "settings.cfg.new";  // a save in progress, beside it
 constexpr int DUMP_ROW = 16;                                // bytes per hex dump row
@@ -165,9 +169,11 @@ static void save_settings()
 // engine configured from them, and then the title screen
 void app_state_init()
 {
-    // Not yet connected: the store query, the audio stream at 22050 Hz, 8 effect slots of 8
-    // stages and the synthesiser switch come with the about screen and the audio modules.
+    // Not yet connected: the store query comes with the about screen.
     lum_set_title(APP_TITLE);
+    lum_init_audio_stream(APP_SOUND_RATE, 0);
+    synth_effects_init(APP_EFFECT_SLOTS, APP_EFFECT_STAGES);
+    lum_enable_synth(1);
     lum_set_logic_rate(APP_LOGIC_RATE);
     game_reset();
     load_graphics();

@@ -3,6 +3,7 @@
 
 #include "wrapper.h"
 #include "wrapper_image.h"
+#include "wrapper_music.h"
 
 FAKE_PLATFORM fake_platform;
 std::recursive_mutex fake_audio_lock;
@@ -13,6 +14,7 @@ void fake_platform_reset()
     fake_platform.display_w = 960;
     fake_platform.display_h = 640;
     fake_platform.set_graphics_result = 1;
+    fake_platform.sound_init_result = 1;
 }
 
 int wrapper_init()
@@ -195,4 +197,45 @@ uint8_t *wrapper_load_rgba(const char *, int *w, int *h)
     if (h)
         *h = 0;
     return nullptr;
+}
+
+// The audio output of the test double: no device and no callback; it records what was asked
+int wrapper_sound_init(unsigned samplerate, unsigned bufsize)
+{
+    fake_platform.sound_inits++;
+    fake_platform.sound_rate = samplerate;
+    fake_platform.sound_buffer = bufsize;
+    return fake_platform.sound_init_result;
+}
+
+void wrapper_sound_exit()
+{
+    fake_platform.sound_exits++;
+}
+
+int wrapper_play_music_ex(const char *filename, int loops)
+{
+    fake_platform.music = filename ? filename : "";
+    fake_platform.music_loops = loops;
+    return filename ? 1 : 0;
+}
+
+int wrapper_play_music(const char *filename)
+{
+    return wrapper_play_music_ex(filename, -1);
+}
+
+void wrapper_pause_music()
+{
+    fake_platform.music_paused = 1;
+}
+
+void wrapper_resume_music()
+{
+    fake_platform.music_paused = 0;
+}
+
+void wrapper_music_volume(float volume)
+{
+    fake_platform.music_volume = volume;
 }

@@ -20,10 +20,18 @@ struct FAKE_PLATFORM {
     void (*on_poll)();             // run inside every event poll (a test may queue input events here)
     void (*on_yield)();            // run after every yield has advanced the clock by 1 ms
     std::string title;             // the window caption set last; empty when none was set
+    int sound_init_result;         // wrapper_sound_init's answer (1: opened)
+    int sound_inits, sound_exits;  // wrapper_sound_init and wrapper_sound_exit calls
+    unsigned sound_rate, sound_buffer;  // the arguments of the last wrapper_sound_init
+    std::string music;             // the music playing; empty when none
+    int music_loops;               // its loop count
+    int music_paused;              // paused by wrapper_pause_music
+    float music_volume;            // the last wrapper_music_volume
 };
 
 extern FAKE_PLATFORM fake_platform;
 extern std::recursive_mutex fake_audio_lock;  // what wrapper_lock_audio takes
 
-// Back to a clock at 0 ms, a 960 x 640 display, every counter 0, no title and no hooks.
+// Back to a clock at 0 ms, a 960 x 640 display, every counter 0, no title and no hooks, an audio
+// device that opens, no music.
 void fake_platform_reset();

@@ -78,6 +78,22 @@ TEST(Synthwav, RemakesTheCommittedSoundsAndTheirPictureByteForByte)
     process_remove_dir(out);
 }
 
+TEST(Synthwav, RemakesTheMusicTestsTuneByteForByte)
+{
+    std::string out = process_temp_dir("lumtest-tune");
+    ASSERT_FALSE(out.empty());
+    std::string error;
+    pid_t pid = process_spawn({SYNTHWAV_PATH, "tune", out + "/tune.wav"}, {}, -1, -1, -1, SIGKILL, error);
+    int status = 0;
+    ASSERT_GT(pid, 0) << error;
+    ASSERT_TRUE(process_reap(pid, 60.0, status));
+    EXPECT_TRUE(WIFEXITED(status) && WEXITSTATUS(status) == 0) << describe_status(status);
+    EXPECT_FALSE(file_bytes("assets/tune.wav").empty());
+    EXPECT_TRUE(file_bytes(out + "/tune.wav") == file_bytes("assets/tune.wav"))
+        << "assets/tune.wav differs from what synthwav makes now: run `make sounds`";
+    process_remove_dir(out);
+}
+
 TEST(Synthwav, EverySoundIsACanonicalSixteenBitMonoWaveFileThatIsNotSilent)
 {
     std::set<std::string> names = names_in("docs/sounds");

@@ -263,8 +263,33 @@ static void script_warble(const SOUND &, int tick)
         sound_warble(warble_arpeggio);
 }
 
+// The framework's music test tune: a four-bar melody of pips over a thump on every bar's first
+// beat. Written to assets/tune.wav, it is what the music player plays in its tests.
+constexpr int TUNE_NOTE_TICKS = 12;       // ticks per note: five notes a second
+constexpr std::array<float, 16> TUNE_NOTES = {
+    523.25f, 659.26f, 783.99f, 1046.50f, 987.77f, 783.99f, 659.26f, 587.33f,
+    523.25f, 659.26f, 783.99f, 880.00f, 783.99f, 659.26f, 587.33f, 523.25f,
+};                                        // Hz: C5 E5 G5 C6 B5 G5 E5 D5, C5 E5 G5 A5 G5 E5 D5 C5
+constexpr int TUNE_NOTE_MS = 120;         // each note's decay
+constexpr float TUNE_BASS_HZ = 130.81f;   // C3 under every bar
+constexpr int TUNE_BAR_NOTES = 4;
+
+static void script_tune(const SOUND &, int tick)
+{
+    if (tick % TUNE_NOTE_TICKS != 0)
+        return;
+    const int note = tick / TUNE_NOTE_TICKS;
+    if (note >= static_cast<int>(TUNE_NOTES.size()))
+        return;
+    SYNTH_EFFECT_STATE *e = sound_pip(1.0f, TUNE_NOTE_MS);
+    e->freq = TUNE_NOTES[static_cast<size_t>(note)];
+    e->scale = 0.5f;
+    if (note % TUNE_BAR_NOTES == 0)
+        sound_thump(TUNE_BASS_HZ)->scale = 0.5f;
+}
+
 // Every sound, in the picture's order
-constexpr std::array<SOUND, 15> SOUNDS = {{
+constexpr std::array<SOUND, 16> SOUNDS = {{
     {.name = "growl", .about = "the boot screen's two growls, 32.704 Hz at 0.5 s and 30.868 Hz at 3 s",
      .script = script_growl, .script_ticks = GROWL2_TICK + 1, .pitch = 1.0f, .ms = 0},
     {.name = "title-pips", .about = "the title screen's 15 rising pips (a fixed random seed)",
@@ -295,6 +320,8 @@ constexpr std::array<SOUND, 15> SOUNDS = {{
      .script = script_fm, .script_ticks = 1, .pitch = 1.0f, .ms = 0},
     {.name = "warble", .about = "sound_warble: a C major arpeggio, half a second",
      .script = script_warble, .script_ticks = 1, .pitch = 1.0f, .ms = 0},
+    {.name = "tune", .about = "the music test's tune: four bars of pips over a thump",
+     .script = script_tune, .script_ticks = 16 * TUNE_NOTE_TICKS, .pitch = 1.0f, .ms = 0},
 }};
 
 // The row of a name, or null

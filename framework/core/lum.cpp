@@ -24,6 +24,7 @@
 #include "synth_effects.h"
 #include "turtle.h"
 #include "wrapper.h"
+#include "wrapper_music.h"
 
 //----------------------------------------------------------------------------------
 // [SECTION] Module state
@@ -394,6 +395,14 @@ void lum_set_title(const char *title)
 double lum_lerp(float t, float start, float end)
 {
     return (1.0 - t) * start + static_cast<double>(t) * end;
+}
+
+// Open the audio stream; the result decides whether sound can be switched on
+int lum_init_audio_stream(unsigned samplerate, unsigned bufsize)
+{
+    int result = wrapper_sound_init(samplerate, bufsize);
+    lum_settings.stream_init_result = static_cast<int8_t>(result);
+    return result;
 }
 
 int lum_enable_wave(uint8_t enable)

@@ -2,7 +2,7 @@
 // Start-up and shut-down, the fixed-rate logic loop with its timing, frame counting and quit
 // handling, the log-line convention every module uses, the audio switches shared with the audio
 // thread, and the boot screen that is current until the application switches to its own.
-// Depends on: wrapper (platform, the audio lock), state, input, rnd, sine, turtle, draw, atlas,
+// Depends on: wrapper (platform, the audio lock), wrapper_music (the audio stream), state, input, rnd, sine, turtle, draw, atlas,
 // poly, synth_effects (set up at start-up; the boot screen's growl).
 #pragma once
 
@@ -84,6 +84,7 @@ void lum_set_app_name(const char *name);  // keeps the pointer, not a copy
 void lum_set_title(const char *title);    // the window's caption; null is ignored
 const char *lum_app_name();               // "unnamed" when none was set
 double lum_lerp(float t, float start, float end);
+int lum_init_audio_stream(unsigned samplerate, unsigned bufsize);  // open the stream; its result is kept
 int lum_enable_wave(uint8_t enable);      // stream_init_result when there is no audio, else 1
 int lum_enable_synth(uint8_t enable);     // the same; a change resets the effect slots
 void lum_set_glitch_callback(LUM_GLITCH_CALLBACK callback);

@@ -24,6 +24,7 @@
 #include "draw.h"
 #include "input.h"
 #include "lum.h"
+#include "wrapper_music.h"
 
 //----------------------------------------------------------------------------------
 // [SECTION] Module state
@@ -87,9 +88,10 @@ int wrapper_init()
     return 1;
 }
 
-// Not yet connected: the audio output is closed here, before SDL quits, once it exists.
+// Stop the audio output, then SDL
 void wrapper_exit()
 {
+    wrapper_sound_exit();
     SDL_Quit();
     joy = nullptr;
 }
