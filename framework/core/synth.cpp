@@ -56,28 +56,44 @@ static bool connected(int32_t j)
     return static_cast<uint32_t>(j) <= SYN_MAX_STAGES;
 }
 
-// The value an input slot reads: the named stage's latest `out`
-static float input(const SYNFUNC *stages, int32_t j)
-{
-    return stages[j].out;
-}
+// What input slots read when the stages are evaluated sample by sample: each stage's latest
+// `out` and `reset`
+struct LIVE_INPUTS {
+    const SYNFUNC *stages;
+    float out(int32_t j) const { return stages[j].out; }
+    bool reset(int32_t j) const { return stages[j].reset; }
+};
+
+// What they read when a run of samples is evaluated stage by stage: the value and the restart
+// flag each (lower) stage had in the sample being evaluated
+constexpr unsigned SYN_RUN = 64;  // samples evaluated stage by stage at a time
+struct RUN_INPUTS {
+    const float (*outs)[SYN_RUN];       // per stage, its out in each sample of the run
+    const char (*resets)[SYN_RUN];      // per stage, its reset flag in each sample
+    unsigned i;                         // the sample being evaluated
+    float out(int32_t j) const { return outs[j][i]; }
+    bool reset(int32_t j) const { return resets[j][i]; }
+};
 
 // A filter's signal, which is read without a test for -1: an unconnected signal reads as
 // silence here instead of a stage outside the table
-static float filter_signal(const SYNFUNC *stages, int32_t j)
+template <class IN>
+static float filter_signal(const IN &in, int32_t j)
 {
-    return connected(j) ? stages[j].out : 0.0f;
+    return connected(j) ? in.out(j) : 0.0f;
 }
 
 // An oscillator's amplitude and offset: from the input when connected, else the stored value
-static float osc_amp(const SYNFUNC *stages, const SYNFUNC &f)
+template <class IN>
+static float osc_amp(const IN &in, const SYNFUNC &f)
 {
-    return connected(f.osc_in.amp) ? input(stages, f.osc_in.amp) : f.osc.amp;
+    return connected(f.osc_in.amp) ? in.out(f.osc_in.amp) : f.osc.amp;
 }
 
-static float osc_off(const SYNFUNC *stages, const SYNFUNC &f)
+template <class IN>
+static float osc_off(const IN &in, const SYNFUNC &f)
 {
-    return connected(f.osc_in.off) ? input(stages, f.osc_in.off) : f.osc.off;
+    return connected(f.osc_in.off) ? in.out(f.osc_in.off) : f.osc.off;
 }
 
 // Disable a stage, keeping its settings
@@ -132,7 +148,8 @@ static SAMPLETYPE to_sample(float x)
 // wrap), or restart it when its sync source restarted in this sample
 // NOTE: a phase in 1..2, the common wrap, loses its whole cycle by a subtraction, which is
 // exact there and gives what fmod gives.
-[[gnu::always_inline]] static inline void wrap_or_sync(const SYNFUNC *stages, SYNFUNC &f, bool has_sync)
+template <class IN>
+[[gnu::always_inline]] static inline void wrap_or_sync(const IN &in, SYNFUNC &f, bool has_sync)
 {
     float &phase = f.osc.phase;
     if (phase >= 1.0f || phase <= 0.0f) {
@@ -144,7 +161,7 @@ static SAMPLETYPE to_sample(float x)
                 phase += 1.0f;
         }
         f.reset = 1;
-    } else if (has_sync && connected(f.osc_in.sync) && stages[f.osc_in.sync].reset) {
+    } else if (has_sync && connected(f.osc_in.sync) && in.reset(f.osc_in.sync)) {
         phase = 1.0f - 0.5f * f.osc.duty;
         f.reset = 1;
     } else {
@@ -153,17 +170,18 @@ static SAMPLETYPE to_sample(float x)
 }
 
 // Sample-and-hold noise: a new value from the generator at every wrap of its phase
-static float unit_noise(SYN *syn, const SYNFUNC *stages, SYNFUNC &f)
+template <class IN>
+static float unit_noise(SYN *syn, const IN &in, SYNFUNC &f)
 {
     f.osc.phase += f.osc.phasestep;
     if (connected(f.osc_in.freq))
-        f.osc.phasestep = SYN_NOISE_INPUT * input(stages, f.osc_in.freq);
-    wrap_or_sync(stages, f, false);
+        f.osc.phasestep = SYN_NOISE_INPUT * in.out(f.osc_in.freq);
+    wrap_or_sync(in, f, false);
     if (f.reset) {
         syn->randnum = static_cast<int32_t>(static_cast<uint32_t>(syn->randnum) * SYN_RAND_MUL + SYN_RAND_ADD);
         f.osc.randval = noise_value(syn->randnum);
     }
-    return f.osc.randval * osc_amp(stages, f) + osc_off(stages, f);
+    return f.osc.randval * osc_amp(in, f) + osc_off(in, f);
 }
 
 // sin(2 pi turns) in double precision. A phase in -0.5..1.5 (every phase a wrapped oscillator
@@ -195,57 +213,59 @@ static double sin_turns(double turns)
     return x + x * x2 * p;
 }
 
-static float unit_sine(const SYNFUNC *stages, SYNFUNC &f)
+template <class IN>
+static float unit_sine(const IN &in, SYNFUNC &f)
 {
     f.osc.phase += f.osc.phasestep;
     if (connected(f.osc_in.freq))
-        f.osc.phasestep = input(stages, f.osc_in.freq);
-    wrap_or_sync(stages, f, true);
+        f.osc.phasestep = in.out(f.osc_in.freq);
+    wrap_or_sync(in, f, true);
     double s = sin_turns(f.osc.phase);
-    return static_cast<float>(s * osc_amp(stages, f) + osc_off(stages, f));
+    return static_cast<float>(s * osc_amp(in, f) + osc_off(in, f));
 }
 
 // One sub-step of a pulse or a triangle: the phase moves, the duty and frequency inputs are
 // read (the frequency acting from the next sub-step), and the wave's value at the new phase
-template <bool TRIANGLE>
-[[gnu::always_inline]] static inline float wave_step(const SYNFUNC *stages, SYNFUNC &f, float inv_m)
+template <bool TRIANGLE, class IN>
+[[gnu::always_inline]] static inline float wave_step(const IN &in, SYNFUNC &f, float inv_m)
 {
     SYNOSC &o = f.osc;
     o.phase += o.phasestep;
     if (connected(f.osc_in.duty)) {
-        o.duty = std::fabs(input(stages, f.osc_in.duty));
+        o.duty = std::fabs(in.out(f.osc_in.duty));
         if constexpr (TRIANGLE) {
             o.steprise = slope(o.duty);
             o.stepfall = slope(1.0f - o.duty);
         }
     }
     if (connected(f.osc_in.freq))
-        o.phasestep = input(stages, f.osc_in.freq) * inv_m;
-    wrap_or_sync(stages, f, true);
+        o.phasestep = in.out(f.osc_in.freq) * inv_m;
+    wrap_or_sync(in, f, true);
     float s;
     if constexpr (TRIANGLE)
         s = o.duty > o.phase ? 1.0f - o.steprise * o.phase : 1.0f - (1.0f - o.phase) * o.stepfall;
     else
         s = o.duty > o.phase ? 1.0f : -1.0f;
-    return s * osc_amp(stages, f) + osc_off(stages, f);
+    return s * osc_amp(in, f) + osc_off(in, f);
 }
 
 // Pulse and triangle: `m` sub-steps per sample, averaged
-template <bool TRIANGLE>
-static float unit_wave(const SYNFUNC *stages, SYNFUNC &f, uint32_t m, float inv_m)
+template <bool TRIANGLE, class IN>
+static float unit_wave(const IN &in, SYNFUNC &f, uint32_t m, float inv_m)
 {
     if (m == 0)
         return 0.0f;
     if (m == 1)
-        return wave_step<TRIANGLE>(stages, f, 1.0f);
+        return wave_step<TRIANGLE, IN>(in, f, 1.0f);
     float sum = 0.0f;
     for (uint32_t r = 0; r < m; r++)
-        sum += wave_step<TRIANGLE>(stages, f, inv_m);
+        sum += wave_step<TRIANGLE, IN>(in, f, inv_m);
     return sum * inv_m;
 }
 
 // One step of the envelope; its level times the signal (or the level alone)
-static float unit_adsr(const SYNFUNC *stages, SYNFUNC &f)
+template <class IN>
+static float unit_adsr(const IN &in, SYNFUNC &f)
 {
     SYNADSR &e = f.adsr;
     switch (e.step) {
@@ -282,29 +302,31 @@ static float unit_adsr(const SYNFUNC *stages, SYNFUNC &f)
         disable(f);
         break;
     }
-    return connected(f.adsr_in.signal) ? e.level * input(stages, f.adsr_in.signal) : e.level;
+    return connected(f.adsr_in.signal) ? e.level * in.out(f.adsr_in.signal) : e.level;
 }
 
-static float unit_highpass(const SYNFUNC *stages, SYNFUNC &f)
+template <class IN>
+static float unit_highpass(const IN &in, SYNFUNC &f)
 {
     SYNFILTER &h = f.filt;
     if (connected(f.filt_in.cutoff))
-        h.alpha = std::fabs(input(stages, f.filt_in.cutoff));
-    float x = filter_signal(stages, f.filt_in.signal);
+        h.alpha = std::fabs(in.out(f.filt_in.cutoff));
+    float x = filter_signal(in, f.filt_in.signal);
     float v = h.alpha * (f.out + x - h.oldin);
     h.oldin = x;
     return v;
 }
 
-static float unit_lowpass(const SYNFUNC *stages, SYNFUNC &f, float q_alpha)
+template <class IN>
+static float unit_lowpass(const IN &in, SYNFUNC &f, float q_alpha)
 {
     SYNFILTER &l = f.filt;
     if (connected(f.filt_in.cutoff))
-        l.alpha = std::fabs(input(stages, f.filt_in.cutoff));
-    float x = filter_signal(stages, f.filt_in.signal);
+        l.alpha = std::fabs(in.out(f.filt_in.cutoff));
+    float x = filter_signal(in, f.filt_in.signal);
     float y1 = f.out;
     if (connected(f.filt_in.q))
-        l.q = std::fabs(input(stages, f.filt_in.q));
+        l.q = std::fabs(in.out(f.filt_in.q));
     float v = l.alpha * (x - y1) + y1 + (y1 - l.oldout) * l.q * q_alpha;
     l.oldout = y1;
     return v;
@@ -323,50 +345,93 @@ static float unit_ramp(SYNFUNC &f)
 }
 
 // a op b when both inputs are connected, else 0
-static float unit_math(const SYNFUNC *stages, const SYNFUNC &f, bool product)
+template <class IN>
+static float unit_math(const IN &in, const SYNFUNC &f, bool product)
 {
     if (!connected(f.math_in.a) || !connected(f.math_in.b))
         return 0.0f;
-    float a = input(stages, f.math_in.a);
-    float b = input(stages, f.math_in.b);
+    float a = in.out(f.math_in.a);
+    float b = in.out(f.math_in.b);
     return product ? a * b : a + b;
 }
 
 //----------------------------------------------------------------------------------
 // [SECTION] Render loop
 //----------------------------------------------------------------------------------
-// Render `count` samples. Stages run in index order, so an input from a lower stage gives this
-// sample's value and one from the same or a higher stage the previous sample's (feedback).
-void syn_update(SYN *syn, SAMPLETYPE *buf, unsigned count)
+// What every unit's rule needs from the render besides its stage and inputs
+struct RENDER {
+    SYN *syn;         // the noise generator's state
+    uint32_t m;       // sub-steps per sample of the pulse and triangle
+    float inv_m;      // 1 / m
+    float q_alpha;    // the low-pass resonance factor
+};
+
+// One stage's value by the rule of unit CODE
+template <signed char CODE, class IN>
+[[gnu::always_inline]] static inline float unit(const RENDER &r, const IN &in, SYNFUNC &f)
 {
-    syn_stages_active = 0;
-    if (count == 0)
-        return;
-    const uint32_t m = syn->oversample;
-    const float vol = syn->vol;
-    const float q_alpha = syn->q_alpha;
-    const float inv_m = m ? 1.0f / static_cast<float>(m) : 0.0f;
+    if constexpr (CODE == SYN_CONST)
+        return f.math.n;
+    else if constexpr (CODE == SYN_MUL)
+        return unit_math(in, f, true);
+    else if constexpr (CODE == SYN_ADD)
+        return unit_math(in, f, false);
+    else if constexpr (CODE == SYN_ADSR)
+        return unit_adsr(in, f);
+    else if constexpr (CODE == SYN_HIGHPASS)
+        return unit_highpass(in, f);
+    else if constexpr (CODE == SYN_LOWPASS)
+        return unit_lowpass(in, f, r.q_alpha);
+    else if constexpr (CODE == SYN_NOISE)
+        return unit_noise(r.syn, in, f);
+    else if constexpr (CODE == SYN_PULSE)
+        return unit_wave<false>(in, f, r.m, r.inv_m);
+    else if constexpr (CODE == SYN_RAMP)
+        return unit_ramp(f);
+    else if constexpr (CODE == SYN_SINE)
+        return unit_sine(in, f);
+    else
+        return unit_wave<true>(in, f, r.m, r.inv_m);
+}
+
+// Call `body` with the unit code of a stage as a compile-time constant; false (nothing called)
+// for a stage that is skipped: empty, disabled or of an unknown code
+template <class BODY>
+[[gnu::always_inline]] static inline bool dispatch(signed char type, BODY &&body)
+{
+    switch (type) {
+    case SYN_CONST: body.template operator()<SYN_CONST>(); return true;
+    case SYN_MUL: body.template operator()<SYN_MUL>(); return true;
+    case SYN_ADD: body.template operator()<SYN_ADD>(); return true;
+    case SYN_ADSR: body.template operator()<SYN_ADSR>(); return true;
+    case SYN_HIGHPASS: body.template operator()<SYN_HIGHPASS>(); return true;
+    case SYN_LOWPASS: body.template operator()<SYN_LOWPASS>(); return true;
+    case SYN_NOISE: body.template operator()<SYN_NOISE>(); return true;
+    case SYN_PULSE: body.template operator()<SYN_PULSE>(); return true;
+    case SYN_RAMP: body.template operator()<SYN_RAMP>(); return true;
+    case SYN_SINE: body.template operator()<SYN_SINE>(); return true;
+    case SYN_TRIANGLE: body.template operator()<SYN_TRIANGLE>(); return true;
+    default: return false;
+    }
+}
+
+// Sample by sample: every stage in index order within each sample. This order defines the
+// engine's results; it is the one used whenever a stage reads its own or a later stage (the
+// previous sample's value), several noise units share the generator, or a beat callback may
+// change the patch between samples.
+static void render_by_sample(const RENDER &r, SAMPLETYPE *buf, unsigned count, float vol)
+{
+    SYN *syn = r.syn;
     SYNFUNC *stages = syn->stage.data();
+    const LIVE_INPUTS in{stages};
     for (unsigned k = 0; k < count; k++) {
         float sum = 0.0f;
         const uint32_t n = std::min(syn->stages, SYN_MAX_STAGES);
         for (uint32_t s = 0; s < n; s++) {
             SYNFUNC &f = stages[s];
-            float v;
-            switch (f.type) {
-            case SYN_CONST: v = f.math.n; break;
-            case SYN_MUL: v = unit_math(stages, f, true); break;
-            case SYN_ADD: v = unit_math(stages, f, false); break;
-            case SYN_ADSR: v = unit_adsr(stages, f); break;
-            case SYN_HIGHPASS: v = unit_highpass(stages, f); break;
-            case SYN_LOWPASS: v = unit_lowpass(stages, f, q_alpha); break;
-            case SYN_NOISE: v = unit_noise(syn, stages, f); break;
-            case SYN_PULSE: v = unit_wave<false>(stages, f, m, inv_m); break;
-            case SYN_RAMP: v = unit_ramp(f); break;
-            case SYN_SINE: v = unit_sine(stages, f); break;
-            case SYN_TRIANGLE: v = unit_wave<true>(stages, f, m, inv_m); break;
-            default: continue;  // empty, disabled or unknown: keeps its out, adds nothing
-            }
+            float v = 0.0f;
+            if (!dispatch(f.type, [&]<signed char CODE>() { v = unit<CODE>(r, in, f); }))
+                continue;  // keeps its out, adds nothing
             f.out = v;
             if (f.mix)
                 sum += v;
@@ -377,6 +442,111 @@ void syn_update(SYN *syn, SAMPLETYPE *buf, unsigned count)
             syn->tempo_counter = static_cast<int32_t>(syn->tempo_samples_per_beat);
         }
     }
+}
+
+// Whether the first n stages feed forward: every input a stage uses comes from a lower stage,
+// at most one noise unit draws from the generator, and no beat callback can step in. Then each
+// stage can be evaluated for a run of samples before the next, with the same results.
+static bool feeds_forward(const SYN *syn, uint32_t n)
+{
+    if (syn->tempo_callback)
+        return false;
+    int noises = 0;
+    for (uint32_t s = 0; s < n; s++) {
+        const SYNFUNC &f = syn->stage[s];
+        unsigned used = 0;  // bit per input slot the unit reads
+        switch (f.type) {
+        case SYN_MUL: case SYN_ADD: used = 0b00011; break;
+        case SYN_ADSR: used = 0b00001; break;
+        case SYN_HIGHPASS: used = 0b00011; break;
+        case SYN_LOWPASS: used = 0b00111; break;
+        case SYN_NOISE: used = 0b01011; noises++; break;
+        case SYN_PULSE: case SYN_TRIANGLE: used = 0b11111; break;
+        case SYN_SINE: used = 0b01111; break;
+        default: break;
+        }
+        for (int slot = 0; slot < 5; slot++) {
+            const int32_t j = f.in.signal[slot];
+            if ((used >> slot & 1) && connected(j) && static_cast<uint32_t>(j) >= s)
+                return false;
+        }
+    }
+    return noises <= 1;
+}
+
+// Scratch of the stage-by-stage order: every stage's value and restart flag in each sample of the
+// run, and the run's mix. Only the render writes them (on the audio thread).
+static float run_outs[SYN_MAX_STAGES + 1][SYN_RUN];
+static char run_resets[SYN_MAX_STAGES + 1][SYN_RUN];
+static float run_mix[SYN_RUN];
+
+// One stage of unit CODE over `len` samples of the run. An envelope that ends disables itself,
+// and from then on it is skipped as it would be sample by sample.
+// NOTE: the stage is worked on as a local copy, written back after the run: nothing else reads
+// it meanwhile, and a local that nothing else can point to lets the compiler keep its fields
+// in registers across the samples.
+template <signed char CODE>
+static void run_stage(const RENDER &r, SYNFUNC &stage, unsigned s, unsigned len)
+{
+    SYNFUNC f = stage;
+    RUN_INPUTS in{run_outs, run_resets, 0};
+    float *outs = run_outs[s];
+    char *resets = run_resets[s];
+    const bool mixed = f.mix != 0;
+    unsigned i = 0;
+    for (; i < len && f.type == CODE; i++) {
+        in.i = i;
+        const float v = unit<CODE>(r, in, f);
+        f.out = v;
+        outs[i] = v;
+        resets[i] = f.reset;
+        if (mixed)
+            run_mix[i] += v;
+    }
+    for (; i < len; i++) {
+        outs[i] = f.out;
+        resets[i] = f.reset;
+    }
+    stage = f;
+}
+
+// Stage by stage over runs of samples, for a patch that feeds forward: the choice of rule is
+// made once per stage and run instead of once per stage and sample, and the mix is summed in
+// the same stage order, so every sample comes out exactly as sample by sample
+static void render_by_stage(const RENDER &r, SAMPLETYPE *buf, unsigned count, float vol, uint32_t n)
+{
+    SYNFUNC *stages = r.syn->stage.data();
+    for (unsigned done = 0; done < count;) {
+        const unsigned len = std::min(count - done, SYN_RUN);
+        std::fill(run_mix, run_mix + len, 0.0f);
+        for (uint32_t s = 0; s < n; s++) {
+            SYNFUNC &f = stages[s];
+            if (!dispatch(f.type, [&]<signed char CODE>() { run_stage<CODE>(r, f, s, len); })) {
+                std::fill(run_outs[s], run_outs[s] + len, f.out);
+                std::fill(run_resets[s], run_resets[s] + len, f.reset);
+            }
+        }
+        for (unsigned i = 0; i < len; i++)
+            buf[done + i] = to_sample(run_mix[i] * vol);
+        done += len;
+    }
+}
+
+// Render `count` samples. Stages run in index order, so an input from a lower stage gives this
+// sample's value and one from the same or a higher stage the previous sample's (feedback).
+void syn_update(SYN *syn, SAMPLETYPE *buf, unsigned count)
+{
+    syn_stages_active = 0;
+    if (count == 0)
+        return;
+    const uint32_t m = syn->oversample;
+    const RENDER r{syn, m, m ? 1.0f / static_cast<float>(m) : 0.0f, syn->q_alpha};
+    const float vol = syn->vol;
+    const uint32_t n = std::min(syn->stages, SYN_MAX_STAGES);
+    if (feeds_forward(syn, n))
+        render_by_stage(r, buf, count, vol, n);
+    else
+        render_by_sample(r, buf, count, vol);
 }
 
 //----------------------------------------------------------------------------------
