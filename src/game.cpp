@@ -187,20 +187,30 @@ static int touched_index(float offset, float size)
     return (v > -1.0f && v < static_cast<float>(GAME_GRID_SIDE)) ? static_cast<int>(v) : -1;
 }
 
-// The sound of one painted or erased cell: a ring-modulated blip at a random pitch; a second
-// random factor stretches its decay and its ring frequency together, and painting live cells
-// rings three times faster than erasing, so the two strokes sound apart
-static void paint_sound(int live)
+// The sound of one painted or erased cell: a ring-modulated blip at `pitch`; `spread` stretches
+// its decay and its ring frequency together, and painting live cells rings three times faster
+// than erasing, so the two strokes sound apart
+SYNTH_EFFECT_STATE *game_paint_sound_ex(int live, float pitch, float spread)
 {
-    const float pitch = static_cast<float>(frnd(GAME_PAINT_SPREAD_MIN, GAME_PAINT_SPREAD_MAX));
     SYNTH_EFFECT_STATE *effect = sound_ringmod(pitch, GAME_PAINT_MS);
-    if (!effect)
-        return;
-    const float spread = static_cast<float>(frnd(GAME_PAINT_SPREAD_MIN, GAME_PAINT_SPREAD_MAX));
     effect->d = GAME_PAINT_MS * spread;
     effect->i = static_cast<int32_t>(GAME_PAINT_RING_HZ * spread);
     if (live)
         effect->i *= GAME_PAINT_LIVE_RING;
+    return effect;
+}
+
+// The sound of one cell of a stroke, at a random pitch and spread
+static void paint_sound(int live)
+{
+    const float pitch = static_cast<float>(frnd(GAME_PAINT_SPREAD_MIN, GAME_PAINT_SPREAD_MAX));
+    const float spread = static_cast<float>(frnd(GAME_PAINT_SPREAD_MIN, GAME_PAINT_SPREAD_MAX));
+    game_paint_sound_ex(live, pitch, spread);
+}
+
+void game_toggle_pip()
+{
+    sound_pip(GAME_PIP_PITCH, GAME_PIP_MS);
 }
 
 // A button with its value and parameters. button_ex sent BTN_INIT before any of these existed,
@@ -562,7 +572,7 @@ int btn_toggle(BTN *b, int action)
     case BTN_UP:
         b->ticks = 0;
         if (flag && flip_flag(b, flag))
-            sound_pip(GAME_PIP_PITCH, GAME_PIP_MS);
+            game_toggle_pip();
         return 1;
     case BTN_CUSTOM:
         if (flag)
@@ -586,7 +596,7 @@ int btn_param(BTN *b, int action)
     case BTN_UP:
         config_changed = 1;
         if (flag && flip_flag(b, flag))
-            sound_pip(GAME_PIP_PITCH, GAME_PIP_MS);
+            game_toggle_pip();
         return 1;
     case BTN_DRAW_TEXT: {
         const std::array<char, 2> digit = {static_cast<char>('0' + std::clamp(b->id, 0, 9)), '\0'};

@@ -72,6 +72,7 @@ static_assert(offsetof(GAME, step_count) == 4168);
 
 struct BTN;
 struct STATE;
+struct SYNTH_EFFECT_STATE;
 
 //----------------------------------------------------------------------------------
 // Module state
@@ -99,6 +100,9 @@ void game_clamp_config();    // bring every screen value into its range (for a r
 void layout_buttons();       // lay out the buttons of the current panel and orientation
 void game_update();          // once per logic tick: input, configuration, fill/clear, generations
 void game_render();          // once per frame: buttons, grid, step counter
+void game_toggle_pip();      // the pip of a toggle that became set
+// The sound of one painted (live) or erased cell at `pitch`, its decay and ring stretched by `spread`
+SYNTH_EFFECT_STATE *game_paint_sound_ex(int live, float pitch, float spread);
 
 // Button handlers: each takes the button and an event code and returns int
 int btn_toggle(BTN *b, int action);       // a byte flag at data[id]; hold to repeat

@@ -349,20 +349,26 @@ static void main_enter()
     counter = MAIN_TITLE_TICKS;
 }
 
+// The title's pip at `counter`: higher as the countdown runs out, with a random spread
+SYNTH_EFFECT_STATE *main_title_pip(int counter)
+{
+    float rise = 1.0f - static_cast<float>(counter) / static_cast<float>(MAIN_TITLE_TICKS);
+    float m = static_cast<float>(frnd(PIP_SPREAD_MIN, PIP_SPREAD_MAX));
+    SYNTH_EFFECT_STATE *e = sound_pip(PIP_PITCH, PIP_LENGTH);
+    e->freq = m * (PIP_BASE_FREQ + 2.0f * rise * PIP_BASE_FREQ) * PIP_FREQ_FACTOR;
+    e->duty = PIP_DUTY;
+    e->d = PIP_DECAY;
+    e->s = PIP_SUSTAIN;
+    e->r = PIP_RELEASE;
+    return e;
+}
+
 // Count down; a pip on every odd count, rising in pitch; then the game screen
 static void main_state_update()
 {
     counter -= 1;
-    if (counter & 1) {
-        float rise = 1.0f - static_cast<float>(counter) / static_cast<float>(MAIN_TITLE_TICKS);
-        float m = static_cast<float>(frnd(PIP_SPREAD_MIN, PIP_SPREAD_MAX));
-        SYNTH_EFFECT_STATE *e = sound_pip(PIP_PITCH, PIP_LENGTH);
-        e->freq = m * (PIP_BASE_FREQ + 2.0f * rise * PIP_BASE_FREQ) * PIP_FREQ_FACTOR;
-        e->duty = PIP_DUTY;
-        e->d = PIP_DECAY;
-        e->s = PIP_SUSTAIN;
-        e->r = PIP_RELEASE;
-    }
+    if (counter & 1)
+        main_title_pip(counter);
     main_update_with_buttons(1);
     if (counter <= 0)
         state_switch(&game_state);
@@ -437,6 +443,11 @@ void main_buttons_start()
     buttons_hi_fg(1.0f, 1.0f, 1.0f, 1.0f);
 }
 
+void main_click_sound(int press)
+{
+    sound_pip(press ? CLICK_DOWN_PITCH : CLICK_UP_PITCH, CLICK_LENGTH);
+}
+
 // Clicks on press and release, a framed backing, a shadowed centred label
 int main_btn_default(BTN *b, int action)
 {
@@ -444,10 +455,10 @@ int main_btn_default(BTN *b, int action)
     case BTN_INIT:
         return 1;
     case BTN_DOWN:
-        sound_pip(CLICK_DOWN_PITCH, CLICK_LENGTH);
+        main_click_sound(1);
         return 1;
     case BTN_UP:
-        sound_pip(CLICK_UP_PITCH, CLICK_LENGTH);
+        main_click_sound(0);
         return 1;
     case BTN_DRAW_SHAPE:
         if (!b)

@@ -10,6 +10,7 @@
 #include "state.h"
 
 struct BTN;
+struct SYNTH_EFFECT_STATE;
 
 //----------------------------------------------------------------------------------
 // Constants
@@ -75,6 +76,8 @@ void plot_text_noshadow(const char *text, int textmode); // without shadow, in f
 // The shell's button look
 void main_buttons_start();                               // a new set of buttons with the shell's defaults
 int main_btn_default(BTN *b, int action);                // the action of buttons without their own
+SYNTH_EFFECT_STATE *main_title_pip(int counter);  // the title's pip at an odd count of its countdown
+void main_click_sound(int press);                 // a button's click: low on a press, high on a release
 void main_btn_frame_draw_ex(BTN *b, int backingid, int edgesid);  // backing, edges and corners
 
 // Text utilities; results live in private buffers overwritten by the next call

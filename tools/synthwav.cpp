@@ -1,7 +1,7 @@
 // synthwav: renders the toy's sounds through its own synthesiser to WAV files.
-// Each sound is a short script of effect calls, tick by tick, made exactly as the toy makes them
-// (the boot growls, the title pips, button clicks, paint strokes) or with chosen parameters (the
-// framework's other sounds). The tool plays the part of the main loop and the audio callback:
+// Each sound is a short script of effect calls, tick by tick: the toy's own calls (the boot
+// growls, the title pips, button clicks, a toggle's pip, paint strokes) or the framework's other
+// sounds with chosen parameters. The tool plays the part of the main loop and the audio callback:
 // per logic tick it advances the tick count, lets the script create its effects, runs the effect
 // slots once and renders the tick's share of samples. The result is 16-bit mono PCM at 22050 Hz.
 // With --all it also draws a picture: one row per sound with its name, length and peak level, its
@@ -13,8 +13,9 @@
 //        synthwav --all DIR PICTURE.png FONT.txt   (DIR/NAME.wav for every sound; FONT is the
 //                                                   8 x 8 text-art font that labels the rows)
 // Depends on: synth, synth_effects, lum, rnd (the engine, its slots, the tick count and the
-// switches, the title pips' random spread), sounds (the game's effects), main (the title
-// screen's countdown), png (writing the picture).
+// switches, the boot growl, the title pips' random spread), sounds (the framework's other
+// effects), main and game (the toy's own title pips, clicks, toggle pips and paint sounds),
+// png (writing the picture).
 #include <sys/wait.h>
 #include <unistd.h>
 
@@ -30,6 +31,7 @@
 #include <string>
 #include <vector>
 
+#include "game.h"
 #include "lum.h"
 #include "main.h"
 #include "png.h"
@@ -52,40 +54,9 @@ constexpr int TAIL_TICKS = 6;             // silence kept after a sound has died
 constexpr int MAX_TICKS = 20 * TICK_RATE; // a sound that still sounds after 20 s is an error
 constexpr uint32_t RANDOM_SEED = 20240601u;  // the title pips' random spread starts here
 
-// The boot screen's growls (framework/core/lum.cpp, boot_update and boot_growl)
-constexpr int GROWL1_TICK = TICK_RATE / 2;  // 0.5 s after start-up
-constexpr int GROWL2_TICK = 3 * TICK_RATE;  // 3 s
-constexpr float GROWL1_HZ = 32.704f;        // C1
-constexpr float GROWL2_HZ = 30.868f;        // B0
-constexpr float GROWL_Q = 0.9f;
-constexpr float GROWL_SWEEP_FROM = 2000.0f;
-constexpr float GROWL_SWEEP_TO = 200.0f;
-constexpr float GROWL_MS = 3000.0f;
-
-// The title screen's pips (src/main.cpp, main_state_update)
-constexpr float PIP_BASE_FREQ = 21.827f;
-constexpr float PIP_FREQ_FACTOR = 3.0f;
-constexpr float PIP_SPREAD_MIN = 1.0f;
-constexpr float PIP_SPREAD_MAX = 2.0f;
-constexpr float PIP_PITCH = 1.0f;
-constexpr int PIP_LENGTH = 75;
-constexpr float PIP_DUTY = 0.9f;
-constexpr float PIP_DECAY = 25.0f;
-constexpr float PIP_SUSTAIN = 0.25f;
-constexpr float PIP_RELEASE = 125.0f;
-
-// Button clicks (src/main.cpp, main_btn_default) and the toggle's pip (src/game.cpp)
-constexpr float CLICK_DOWN_PITCH = 0.25f;
-constexpr float CLICK_UP_PITCH = 0.5f;
-constexpr int CLICK_LENGTH = 10;
-constexpr float TOGGLE_PIP_PITCH = 1.0f;
-constexpr int TOGGLE_PIP_MS = 10;
-
-// A painted or erased cell (src/game.cpp, paint_sound). The game draws the pitch and a spread
-// factor at random; here the pitch is chosen and the spread is 1, its nominal decay and ring.
-constexpr int PAINT_MS = 20;
-constexpr int PAINT_RING_HZ = 60;
-constexpr int PAINT_LIVE_RING = 3;
+// The boot screen's growls, in ticks after start-up
+constexpr int GROWL1_TICK = static_cast<int>(LUM_BOOT_GROWL1_AT * TICK_RATE);
+constexpr int GROWL2_TICK = static_cast<int>(LUM_BOOT_GROWL2_AT * TICK_RATE);
 
 // The framework's other sounds, with parameters of our choosing
 constexpr float NOISE_HZ = 4000.0f;       // sample-and-hold rate of the noise
@@ -145,8 +116,7 @@ struct SOUND {
     const char *about;    // one line for --list
     SOUND_SCRIPT script;  // called every tick from tick 0
     int script_ticks;     // the script may create effects before this tick, even in silence
-    float pitch;          // the pitch of a pip or a paint stroke
-    int ms;               // the length of a pip or a paint stroke
+    float pitch;          // the pitch of a paint stroke
 };
 
 // A rendered sound
@@ -169,68 +139,54 @@ struct CANVAS {
 //----------------------------------------------------------------------------------
 // Private helpers: the scripts
 //----------------------------------------------------------------------------------
-// One growl as the boot screen starts it: its low-pass an octave above
-static void growl(float freq)
-{
-    SYNTH_EFFECT_STATE *e = synth_effect(growl_effect);
-    e->freq = freq;
-    e->filt = 2.0f * freq;
-    e->q = GROWL_Q;
-    e->ramp_start = GROWL_SWEEP_FROM;
-    e->ramp_end = GROWL_SWEEP_TO;
-    e->d = GROWL_MS;
-}
-
 // The boot screen: two growls
 static void script_growl(const SOUND &, int tick)
 {
     if (tick == GROWL1_TICK)
-        growl(GROWL1_HZ);
+        lum_boot_growl(LUM_BOOT_GROWL1_HZ);
     else if (tick == GROWL2_TICK)
-        growl(GROWL2_HZ);
+        lum_boot_growl(LUM_BOOT_GROWL2_HZ);
 }
 
 // The title screen: its countdown, a pip on every odd count, rising in pitch
 static void script_title_pips(const SOUND &, int tick)
 {
     const int counter = MAIN_TITLE_TICKS - 1 - tick;
-    if (counter < 0 || !(counter & 1))
-        return;
-    float rise = 1.0f - static_cast<float>(counter) / static_cast<float>(MAIN_TITLE_TICKS);
-    float m = static_cast<float>(frnd(PIP_SPREAD_MIN, PIP_SPREAD_MAX));
-    SYNTH_EFFECT_STATE *e = sound_pip(PIP_PITCH, PIP_LENGTH);
-    e->freq = m * (PIP_BASE_FREQ + 2.0f * rise * PIP_BASE_FREQ) * PIP_FREQ_FACTOR;
-    e->duty = PIP_DUTY;
-    e->d = PIP_DECAY;
-    e->s = PIP_SUSTAIN;
-    e->r = PIP_RELEASE;
+    if (counter >= 0 && (counter & 1))
+        main_title_pip(counter);
 }
 
-// A click or a toggle: one pip
-static void script_pip(const SOUND &s, int tick)
+// A button's click: low on a press, high on a release
+static void script_press(const SOUND &, int tick)
 {
     if (tick == 0)
-        sound_pip(s.pitch, s.ms);
+        main_click_sound(1);
 }
 
-// One painted cell as paint_sound makes it, with the ring `ring` times the base rate
-static void paint(const SOUND &s, int ring)
+static void script_release(const SOUND &, int tick)
 {
-    SYNTH_EFFECT_STATE *e = sound_ringmod(s.pitch, s.ms);
-    e->d = static_cast<float>(s.ms);
-    e->i = PAINT_RING_HZ * ring;
+    if (tick == 0)
+        main_click_sound(0);
 }
 
+// A toggle switched on
+static void script_toggle(const SOUND &, int tick)
+{
+    if (tick == 0)
+        game_toggle_pip();
+}
+
+// One painted or erased cell at the sound's pitch, with the nominal spread of 1
 static void script_paint_live(const SOUND &s, int tick)
 {
     if (tick == 0)
-        paint(s, PAINT_LIVE_RING);
+        game_paint_sound_ex(1, s.pitch, 1.0f);
 }
 
 static void script_paint_erase(const SOUND &s, int tick)
 {
     if (tick == 0)
-        paint(s, 1);
+        game_paint_sound_ex(0, s.pitch, 1.0f);
 }
 
 static void script_noise(const SOUND &, int tick)
@@ -291,37 +247,37 @@ static void script_tune(const SOUND &, int tick)
 // Every sound, in the picture's order
 constexpr std::array<SOUND, 16> SOUNDS = {{
     {.name = "growl", .about = "the boot screen's two growls, 32.704 Hz at 0.5 s and 30.868 Hz at 3 s",
-     .script = script_growl, .script_ticks = GROWL2_TICK + 1, .pitch = 1.0f, .ms = 0},
+     .script = script_growl, .script_ticks = GROWL2_TICK + 1, .pitch = 1.0f},
     {.name = "title-pips", .about = "the title screen's 15 rising pips (a fixed random seed)",
-     .script = script_title_pips, .script_ticks = MAIN_TITLE_TICKS, .pitch = 1.0f, .ms = 0},
+     .script = script_title_pips, .script_ticks = MAIN_TITLE_TICKS, .pitch = 1.0f},
     {.name = "click-press", .about = "a button pressed: a low pip",
-     .script = script_pip, .script_ticks = 1, .pitch = CLICK_DOWN_PITCH, .ms = CLICK_LENGTH},
+     .script = script_press, .script_ticks = 1, .pitch = 1.0f},
     {.name = "click-release", .about = "a button released: a high pip",
-     .script = script_pip, .script_ticks = 1, .pitch = CLICK_UP_PITCH, .ms = CLICK_LENGTH},
+     .script = script_release, .script_ticks = 1, .pitch = 1.0f},
     {.name = "toggle-pip", .about = "a toggle switched on",
-     .script = script_pip, .script_ticks = 1, .pitch = TOGGLE_PIP_PITCH, .ms = TOGGLE_PIP_MS},
+     .script = script_toggle, .script_ticks = 1, .pitch = 1.0f},
     {.name = "paint-live-0.5", .about = "painting a live cell, pitch 0.5 (ring 180 Hz)",
-     .script = script_paint_live, .script_ticks = 1, .pitch = 0.5f, .ms = PAINT_MS},
+     .script = script_paint_live, .script_ticks = 1, .pitch = 0.5f},
     {.name = "paint-live-1.0", .about = "painting a live cell, pitch 1 (ring 180 Hz)",
-     .script = script_paint_live, .script_ticks = 1, .pitch = 1.0f, .ms = PAINT_MS},
+     .script = script_paint_live, .script_ticks = 1, .pitch = 1.0f},
     {.name = "paint-live-2.0", .about = "painting a live cell, pitch 2 (ring 180 Hz)",
-     .script = script_paint_live, .script_ticks = 1, .pitch = 2.0f, .ms = PAINT_MS},
+     .script = script_paint_live, .script_ticks = 1, .pitch = 2.0f},
     {.name = "paint-erase-0.5", .about = "erasing a cell, pitch 0.5 (ring 60 Hz)",
-     .script = script_paint_erase, .script_ticks = 1, .pitch = 0.5f, .ms = PAINT_MS},
+     .script = script_paint_erase, .script_ticks = 1, .pitch = 0.5f},
     {.name = "paint-erase-1.0", .about = "erasing a cell, pitch 1 (ring 60 Hz)",
-     .script = script_paint_erase, .script_ticks = 1, .pitch = 1.0f, .ms = PAINT_MS},
+     .script = script_paint_erase, .script_ticks = 1, .pitch = 1.0f},
     {.name = "paint-erase-2.0", .about = "erasing a cell, pitch 2 (ring 60 Hz)",
-     .script = script_paint_erase, .script_ticks = 1, .pitch = 2.0f, .ms = PAINT_MS},
+     .script = script_paint_erase, .script_ticks = 1, .pitch = 2.0f},
     {.name = "noise", .about = "sound_noise: noise held at 4 kHz, 250 ms decay",
-     .script = script_noise, .script_ticks = 1, .pitch = 1.0f, .ms = 0},
+     .script = script_noise, .script_ticks = 1, .pitch = 1.0f},
     {.name = "thump", .about = "sound_thump at 200 Hz",
-     .script = script_thump, .script_ticks = 1, .pitch = 1.0f, .ms = 0},
+     .script = script_thump, .script_ticks = 1, .pitch = 1.0f},
     {.name = "fm", .about = "sound_fm: 440 Hz carrier swung 200 Hz by a 110 Hz modulator",
-     .script = script_fm, .script_ticks = 1, .pitch = 1.0f, .ms = 0},
+     .script = script_fm, .script_ticks = 1, .pitch = 1.0f},
     {.name = "warble", .about = "sound_warble: a C major arpeggio, half a second",
-     .script = script_warble, .script_ticks = 1, .pitch = 1.0f, .ms = 0},
+     .script = script_warble, .script_ticks = 1, .pitch = 1.0f},
     {.name = "tune", .about = "the music test's tune: four bars of pips over a thump",
-     .script = script_tune, .script_ticks = 16 * TUNE_NOTE_TICKS, .pitch = 1.0f, .ms = 0},
+     .script = script_tune, .script_ticks = 16 * TUNE_NOTE_TICKS, .pitch = 1.0f},
 }};
 
 // The row of a name, or null

@@ -90,10 +90,6 @@ void lum_out_of_memory(int line)
 //----------------------------------------------------------------------------------
 // [SECTION] Boot screen
 //----------------------------------------------------------------------------------
-constexpr double BOOT_GROWL1_AT = 0.5;     // seconds after start-up: first growl
-constexpr double BOOT_GROWL2_AT = 3.0;     // second growl
-constexpr double BOOT_GROWL1_HZ = 32.704;  // C1
-constexpr double BOOT_GROWL2_HZ = 30.868;  // B0
 constexpr double BOOT_PULSE_DEG = 180.0;   // degrees per second of the background pulse: one beat in 2 s
 constexpr double BOOT_SPIN_DEG = 60.0;     // degrees per second the figure turns
 constexpr double BOOT_BREATHE_DEG = 15.0;  // degrees per second of the figure's breathing: one breath in 24 s
@@ -107,7 +103,7 @@ constexpr float BOOT_GROWL_MS = 3000.0f;     // over this long, which is also it
 static int boot_step = 0;
 
 // Start the growl at `freq` Hz, its low-pass an octave above
-static void boot_growl(double freq)
+void lum_boot_growl(double freq)
 {
     SYNTH_EFFECT_STATE *e = synth_effect(growl_effect);
     e->freq = static_cast<float>(freq);
@@ -121,11 +117,11 @@ static void boot_growl(double freq)
 // Two growls, at 0.5 s and at 3 s after start-up
 static void boot_update()
 {
-    if (boot_step == 0 && lum_seconds() >= BOOT_GROWL1_AT) {
-        boot_growl(BOOT_GROWL1_HZ);
+    if (boot_step == 0 && lum_seconds() >= LUM_BOOT_GROWL1_AT) {
+        lum_boot_growl(LUM_BOOT_GROWL1_HZ);
         boot_step = 1;
-    } else if (boot_step == 1 && lum_seconds() >= BOOT_GROWL2_AT) {
-        boot_growl(BOOT_GROWL2_HZ);
+    } else if (boot_step == 1 && lum_seconds() >= LUM_BOOT_GROWL2_AT) {
+        lum_boot_growl(LUM_BOOT_GROWL2_HZ);
         boot_step = 2;
     }
 }

@@ -16,6 +16,10 @@
 //----------------------------------------------------------------------------------
 constexpr int LUM_DEFAULT_RATE = 60;   // logic ticks per second at start-up
 constexpr int LUM_MAX_CATCH_UP = 4;    // logic ticks one pass may run; the rest of a backlog is dropped
+constexpr double LUM_BOOT_GROWL1_AT = 0.5;     // seconds after start-up: the boot screen's first growl ...
+constexpr double LUM_BOOT_GROWL2_AT = 3.0;     // ... and its second
+constexpr double LUM_BOOT_GROWL1_HZ = 32.704;  // C1
+constexpr double LUM_BOOT_GROWL2_HZ = 30.868;  // B0
 
 //----------------------------------------------------------------------------------
 // Types
@@ -84,6 +88,7 @@ void lum_set_app_name(const char *name);  // keeps the pointer, not a copy
 void lum_set_title(const char *title);    // the window's caption; null is ignored
 const char *lum_app_name();               // "unnamed" when none was set
 double lum_lerp(float t, float start, float end);
+void lum_boot_growl(double freq);         // the boot screen's growl at `freq` Hz
 int lum_init_audio_stream(unsigned samplerate, unsigned bufsize);  // open the stream; its result is kept
 int lum_enable_wave(uint8_t enable);      // stream_init_result when there is no audio, else 1
 int lum_enable_synth(uint8_t enable);     // the same; a change resets the effect slots
