@@ -1,4 +1,12 @@
 // game: the user's whole state, and the game screen (see game.h).
+//
+// Index of this file:
+// [SECTION] Constants
+// [SECTION] Module state
+// [SECTION] Private helpers
+// [SECTION] Public functions
+// [SECTION] The game screen
+// [SECTION] Button handlers
 #include "game.h"
 
 #include <algorithm>
@@ -18,19 +26,20 @@
 #include "turtle.h"
 
 //----------------------------------------------------------------------------------
-// Constants
+// [SECTION] Constants
 //----------------------------------------------------------------------------------
 constexpr int GAME_DEFAULT_FREQ = 60;
 constexpr int GAME_RULE_COUNTS = 9;   // neighbour counts 0..8
 
-// The rule string's border letter for each of the screen's border values
+// The rule string's border letter for each of the screen's border values.
+// NOTE: the screen numbers its borders 0 wrap, 1 dead, 2 live, the Life engine 0 dead, 1 live,
+// 2 wrap; the letter in the rule string is where the one numbering is turned into the other.
 constexpr std::array<char, 3> GAME_BORDER_LETTER = {'w', 'd', 'l'};
 
 // The longest rule string: "b" + 9 digits + "s" + 9 digits + border letter + NUL
 constexpr int GAME_RULE_TEXT_MAX = 1 + GAME_RULE_COUNTS + 1 + GAME_RULE_COUNTS + 1 + 1;
 
 // The game screen
-constexpr int GAME_TICKS_PER_SECOND = 60;        // the logic rate the speed accumulator counts against
 constexpr float GAME_CELL_FALLBACK = 8.0f;       // cell size when the icon sprites are missing or empty
 constexpr int GAME_HOLD_TICKS = 30;              // holding a button this many ticks repeats it every tick
 constexpr float GAME_TOUCH_SLACK = 0.001f;       // pixels a touch is nudged past a cell boundary
@@ -65,7 +74,7 @@ constexpr int GAME_PAINT_LIVE_RING = 3;          // painting live cells rings th
 constexpr std::array<const char *, 3> GAME_BORDER_TEXT = {"Wrap", "Dead", "Live"};
 
 //----------------------------------------------------------------------------------
-// Module state
+// [SECTION] Module state
 //----------------------------------------------------------------------------------
 GAME game;
 int config_changed = 0;
@@ -88,7 +97,7 @@ const std::array<std::array<float, 3>, GAME_COLOURS> use_clr = {{
 }};
 
 //----------------------------------------------------------------------------------
-// Private helpers
+// [SECTION] Private helpers
 //----------------------------------------------------------------------------------
 // Append the digit of every neighbour count whose toggle is on, in ascending order
 static char *append_counts(char *out, const std::array<uint8_t, GAME_RULE_BYTES> &params)
@@ -118,7 +127,9 @@ static const std::array<float, 3> &colour_of(int index)
     return use_clr[std::clamp(index, 0, GAME_COLOURS - 1)];
 }
 
-// The byte flag a toggle edits, data[id]; null while the button has no value
+// The byte flag a toggle edits, data[id]; null while the button has no value.
+// NOTE: a toggle over an int field (running, show_steps, the glow) edits its lowest byte, which
+// is the whole value on this little-endian record as long as the value is 0 or 1.
 static uint8_t *flag_of(const BTN *b)
 {
     if (!b->data || b->id < 0)
@@ -262,7 +273,7 @@ static void rule_digits(int row, std::array<uint8_t, GAME_RULE_BYTES> &params)
 }
 
 //----------------------------------------------------------------------------------
-// Public functions
+// [SECTION] Public functions
 //----------------------------------------------------------------------------------
 // Every default. The engine starts afresh too (its grid is filled at random twice on the way,
 // which is harmless).
@@ -335,7 +346,7 @@ void game_clamp_config()
 }
 
 //----------------------------------------------------------------------------------
-// The game screen
+// [SECTION] The game screen
 //----------------------------------------------------------------------------------
 // Lay out the buttons of the current panel for the current orientation. The grid's button
 // covers the grid exactly; the corner buttons and, in landscape, the speed and reset columns
@@ -483,9 +494,9 @@ void game_update()
         // NOTE: a speed out of range (only a damaged record holds one) runs at 60 when above,
         // and not at all when 0 or below
         accumulator += std::clamp(game.freq, 0, GAME_FREQ_MAX);
-        while (accumulator >= GAME_TICKS_PER_SECOND) {
+        while (accumulator >= LUM_TICKS_PER_SECOND) {
             life_step_cells();
-            accumulator -= GAME_TICKS_PER_SECOND;
+            accumulator -= LUM_TICKS_PER_SECOND;
         }
     } else if (take_step) {
         life_step_cells();
@@ -547,7 +558,7 @@ void game_render()
 }
 
 //----------------------------------------------------------------------------------
-// Button handlers
+// [SECTION] Button handlers
 //----------------------------------------------------------------------------------
 // A byte flag at data[id]: a click flips it (a pip when it became set), holding repeats the flip
 // silently every tick from the 30th tick on

@@ -1,4 +1,15 @@
 // main: the application shell (see main.h).
+//
+// Index of this file:
+// [SECTION] Constants
+// [SECTION] Module state
+// [SECTION] Private helpers
+// [SECTION] Public functions
+// [SECTION] Layout and input
+// [SECTION] Title screen
+// [SECTION] Text with a drop shadow
+// [SECTION] The shell's button look
+// [SECTION] Text utilities
 #include "main.h"
 
 #include <algorithm>
@@ -25,9 +36,8 @@
 #include "turtle.h"
 
 //----------------------------------------------------------------------------------
-// Constants
+// [SECTION] Constants
 //----------------------------------------------------------------------------------
-constexpr int APP_LOGIC_RATE = 60;                          // ticks per second of every screen
 constexpr unsigned APP_SOUND_RATE = 22050;                   // the audio stream's rate in Hz
 constexpr int APP_EFFECT_SLOTS = 8;                          // sounds at once ...
 constexpr int APP_EFFECT_STAGES = 8;                         // ... of up to 8 synthesiser stages each
@@ -77,7 +87,6 @@ constexpr int UPPERCASE_BUFFER = 80;
 constexpr int TIMESTAT_BUFFER = 80;
 constexpr int WRAP_BUFFER = 256;
 constexpr unsigned WRAP_MAX = WRAP_BUFFER - 1;
-constexpr int TICKS_PER_SECOND = 60;  // timestat counts ticks of 1/60 s
 
 // Atlas 0: one 512 x 512 page holding the font (with the interface sprites after its 96
 // characters) and the icon sheets, uploaded without filtering as 16-bit 5-5-5-1 pixels
@@ -93,7 +102,7 @@ constexpr std::array<const char *, 4> APP_GAME_ICONS = {
     "gfx/hollowtide.png", "gfx/orbitcrane.png", "gfx/noiseorchard.png", "gfx/umberdeep.png"};
 
 //----------------------------------------------------------------------------------
-// Module state
+// [SECTION] Module state
 //----------------------------------------------------------------------------------
 SPRITEFONT font8x8;
 SPRITE *glyphs = nullptr;
@@ -121,7 +130,7 @@ static void main_render();
 STATE main_state = {main_enter, main_state_update, main_render, nullptr};
 
 //----------------------------------------------------------------------------------
-// Private helpers
+// [SECTION] Private helpers
 //----------------------------------------------------------------------------------
 // Build atlas 0: the font, then the maker's logo and the four game icons, in the order the
 // screens address them. Missing images are reported by the atlas and leave their sprites empty.
@@ -163,7 +172,7 @@ static void save_settings()
 }
 
 //----------------------------------------------------------------------------------
-// Public functions
+// [SECTION] Public functions
 //----------------------------------------------------------------------------------
 // Start-up: the window's name, the defaults, the art, the saved settings over the defaults, the
 // engine configured from them, and then the title screen
@@ -174,7 +183,7 @@ void app_state_init()
     lum_init_audio_stream(APP_SOUND_RATE, 0);
     synth_effects_init(APP_EFFECT_SLOTS, APP_EFFECT_STAGES);
     lum_enable_synth(1);
-    lum_set_logic_rate(APP_LOGIC_RATE);
+    lum_set_logic_rate(LUM_TICKS_PER_SECOND);
     game_reset();
     load_graphics();
     load_settings();
@@ -249,7 +258,7 @@ void dump(const char *desc, const void *addr, int len)
 }
 
 //----------------------------------------------------------------------------------
-// Layout and input
+// [SECTION] Layout and input
 //----------------------------------------------------------------------------------
 // Debug keys, then a new layout when the display size changed: the scale follows the longer
 // side in steps of 480 pixels and is at least 1
@@ -291,7 +300,7 @@ int main_update_with_buttons(int num_touches)
         lum_graphics(SCREEN_MODE_SIZES[screen_mode][0], SCREEN_MODE_SIZES[screen_mode][1], 0, 0);
     }
     if (keyevent[K_F9] & INPUT_RELEASED)
-        lum_set_logic_rate(lum_logic_rate() != APP_LOGIC_RATE ? APP_LOGIC_RATE : SLOW_LOGIC_RATE);
+        lum_set_logic_rate(lum_logic_rate() != LUM_TICKS_PER_SECOND ? LUM_TICKS_PER_SECOND : SLOW_LOGIC_RATE);
     turtle_set_scale(global_scale);
     int slots = std::min(num_touches, INPUT_POINTER_COUNT);
     for (int i = 0; i < slots; i++) {
@@ -342,7 +351,7 @@ void main_debug_atlas_render()
 }
 
 //----------------------------------------------------------------------------------
-// Title screen
+// [SECTION] Title screen
 //----------------------------------------------------------------------------------
 static void main_enter()
 {
@@ -390,7 +399,7 @@ static void main_render()
 }
 
 //----------------------------------------------------------------------------------
-// Text with a drop shadow
+// [SECTION] Text with a drop shadow
 //----------------------------------------------------------------------------------
 void plot_text_set_shadow(float r, float g, float b, float a)
 {
@@ -421,7 +430,7 @@ void plot_text_noshadow(const char *text, int textmode)
 }
 
 //----------------------------------------------------------------------------------
-// The shell's button look
+// [SECTION] The shell's button look
 //----------------------------------------------------------------------------------
 // A new, empty set of buttons: grey backings, light text, white when highlighted
 void main_buttons_start()
@@ -520,7 +529,7 @@ void main_btn_frame_draw_ex(BTN *b, int backingid, int edgesid)
 }
 
 //----------------------------------------------------------------------------------
-// Text utilities
+// [SECTION] Text utilities
 //----------------------------------------------------------------------------------
 // Upper-case copy in a private buffer. NOTE: at most 79 characters are copied, so a longer text
 // is cut rather than overflowing the buffer.
@@ -541,7 +550,7 @@ char *uppercase(const char *ptr)
 char *timestat(int timeval)
 {
     static std::array<char, TIMESTAT_BUFFER> buffer;
-    float t = static_cast<float>(timeval) / static_cast<float>(TICKS_PER_SECOND);
+    float t = static_cast<float>(timeval) / static_cast<float>(LUM_TICKS_PER_SECOND);
     int sec_total = static_cast<int>(std::floor(t));
     int hundredths = static_cast<int>(std::floor(t * 100.0f - static_cast<float>(sec_total) * 100.0f));
     int min_total = sec_total / 60;

@@ -3,6 +3,7 @@
 // Index of this file:
 // [SECTION] Module state
 // [SECTION] Logging
+// [SECTION] Fatal errors
 // [SECTION] Boot screen
 // [SECTION] Start-up and shut-down
 // [SECTION] Main loop
@@ -32,7 +33,7 @@
 LUM_SETTINGS lum_settings;
 std::atomic<uint32_t> lum_ticks = 0;
 
-static int logic_rate = LUM_DEFAULT_RATE;
+static int logic_rate = LUM_TICKS_PER_SECOND;
 static uint32_t time_ticks = 0;    // platform tick count at logic_rate when the rate was last set
 static uint32_t logic_ticks = 0;   // the tick up to which logic has run
 static double start_seconds = 0.0; // platform seconds at the end of start-up
@@ -193,7 +194,7 @@ int lum_init()
     atlas_init();
     init_sine_table();
     turtle_home();
-    lum_set_logic_rate(LUM_DEFAULT_RATE);
+    lum_set_logic_rate(LUM_TICKS_PER_SECOND);
     start_seconds = wrapper_get_seconds();
     state_set(&lum_state);
     is_init_ = 1;

@@ -14,7 +14,7 @@
 //----------------------------------------------------------------------------------
 // Constants
 //----------------------------------------------------------------------------------
-constexpr int LUM_DEFAULT_RATE = 60;   // logic ticks per second at start-up
+constexpr int LUM_TICKS_PER_SECOND = 60;  // logic ticks per second: the rate at start-up, and the toy's
 constexpr int LUM_MAX_CATCH_UP = 4;    // logic ticks one pass may run; the rest of a backlog is dropped
 constexpr double LUM_BOOT_GROWL1_AT = 0.5;     // seconds after start-up: the boot screen's first growl ...
 constexpr double LUM_BOOT_GROWL2_AT = 3.0;     // ... and its second

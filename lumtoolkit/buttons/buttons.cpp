@@ -1,4 +1,13 @@
 // buttons: the button toolkit (see buttons.h).
+//
+// Index of this file:
+// [SECTION] Constants
+// [SECTION] Module state
+// [SECTION] Private helpers
+// [SECTION] Public functions: creation and layout
+// [SECTION] Public functions: text fitting
+// [SECTION] Public functions: module defaults
+// [SECTION] Public functions: running
 #include "buttons.h"
 
 #include <cmath>
@@ -10,7 +19,7 @@
 #include "turtle.h"
 
 //----------------------------------------------------------------------------------
-// Constants
+// [SECTION] Constants
 //----------------------------------------------------------------------------------
 constexpr float PULSE_DECAY = 12.0f;         // a pulse decays by 12 x dt x speed per tick
 constexpr float PULSE_SNAP = 0.01f;          // a pulse below this becomes 0
@@ -29,7 +38,7 @@ constexpr RGBA DEFAULT_DIS_FG = {0.0f, 0.0f, 0.0f, 1.0f};
 constexpr RGBA DEFAULT_DIS_BG = {0.3f, 0.3f, 0.3f, 1.0f};
 
 //----------------------------------------------------------------------------------
-// Module state
+// [SECTION] Module state
 //----------------------------------------------------------------------------------
 std::array<BTN, BTN_MAX> btns;
 int btn_count = 0;
@@ -66,7 +75,7 @@ static const SPRITEFONT *default_font = nullptr;
 static const SPRITE *backing_sheet = nullptr;
 
 //----------------------------------------------------------------------------------
-// Private helpers
+// [SECTION] Private helpers
 //----------------------------------------------------------------------------------
 // The byte a touch is recorded as in the touch ids: its number + 1 (0 means none).
 // NOTE: computed unsigned, so that no touch number can overflow.
@@ -186,7 +195,7 @@ static bool button_off_screen(const BTN *b, float cx, float cy)
 }
 
 //----------------------------------------------------------------------------------
-// Public functions: creation and layout
+// [SECTION] Public functions: creation and layout
 //----------------------------------------------------------------------------------
 // Clear every slot and start counting from 0; the module defaults stay as they are
 void buttons_start()
@@ -353,7 +362,7 @@ void button_set_h(BTN *b, float height)
 }
 
 //----------------------------------------------------------------------------------
-// Public functions: text fitting
+// [SECTION] Public functions: text fitting
 //----------------------------------------------------------------------------------
 // Make a text the label and fit it with the default squeeze and clamp
 void button_set_text(BTN *b, const char *text)
@@ -381,7 +390,7 @@ void button_set_squeeze(BTN *b, float fraction, float clamp)
 }
 
 //----------------------------------------------------------------------------------
-// Public functions: module defaults
+// [SECTION] Public functions: module defaults
 //----------------------------------------------------------------------------------
 void buttons_set_click_defaults(int noclick, int noclickthru, int noemptyclick)
 {
@@ -518,7 +527,7 @@ void buttons_reset_to(int n)
 }
 
 //----------------------------------------------------------------------------------
-// Public functions: running
+// [SECTION] Public functions: running
 //----------------------------------------------------------------------------------
 // Decay every pulse, tell every handler a tick has passed, forget this tick's touches.
 // NOTE: a logic rate below 1 decays nothing.
