@@ -1,9 +1,17 @@
 // life: the cellular automaton (see life.h).
 //
+// Index of this file:
+// [SECTION] Constants
+// [SECTION] Types
+// [SECTION] Module state
+// [SECTION] Private helpers
+// [SECTION] Public functions
+//
 // A generation is computed bit-sliced rather than cell by cell, so that a step costs a small
 // fraction of a frame:
-// - each column's 30 bytes are packed into the low 30 bits of a 32-bit word (non-zero byte -> 1),
-//   four neighbouring columns riding in the four lanes of one 128-bit vector;
+// - the grid's bytes are packed into a stream of bits (non-zero byte -> 1) sixteen at a time,
+//   and each column's 30 bits are cut from the stream into the low 30 bits of a 32-bit word, four
+//   neighbouring columns riding in the four lanes of one 128-bit vector;
 // - shifting a column word by one row gives the cells above and below; what the shift brings in
 //   at the top and bottom edge is the border mode (the opposite edge's row, a live bit, or 0);
 // - each column's vertical three-cell sum (0..3, two bit planes) is added to its two neighbour
@@ -13,11 +21,13 @@
 //   lists at the start of the step, so any rule costs the same and nothing branches on cells;
 // - the result words are unpacked to bytes of exactly 0 and 1 in the next-generation buffer,
 //   which is then copied over the live grid in one block.
-// Depends on: the standard library; SSE2 (part of every x86-64 processor) to pack the bytes.
+// No processor's intrinsics: the vectors are GCC/Clang vector extensions, which the compiler maps
+// to whatever vector unit the target has (SSE2, NEON, WebAssembly SIMD) or to plain words, so
+// every target computes the same bits.
+// Depends on: the standard library; GCC/Clang vector extensions.
 #include "life.h"
 
-#include <emmintrin.h>
-
+#include <bit>
 #include <cctype>
 #include <cstdio>
 #include <cstdlib>
@@ -25,7 +35,7 @@
 #include <ctime>
 
 //----------------------------------------------------------------------------------
-// Constants
+// [SECTION] Constants
 //----------------------------------------------------------------------------------
 constexpr int32_t DEFAULT_FILL_PERCENT = 50;  // chance of a live cell in a random fill at start-up
 constexpr int RANDOM_DISCARD_BITS = 8;        // low bits of each rand() a random fill ignores
@@ -35,22 +45,34 @@ constexpr int BLOCK_COUNTS = MAX_COUNT + 2;   // 3 x 3 block counts 0..9 (own ce
 
 constexpr int LANES = 4;                      // packed columns per vector
 constexpr int VECTORS = LIFE_W / LANES;       // vectors across the grid
-constexpr int SSE_BYTES = 16;                 // bytes one SSE2 load compares
+constexpr int VECTOR_BYTES = 16;              // bytes in one vector of columns
+constexpr int PACK_BYTES = 8;                 // cells per byte of the grid's bit stream
+constexpr int PACKED_BYTES = LIFE_CELLS / PACK_BYTES;  // bytes of the grid's bit stream
 constexpr uint32_t COLUMN_BITS = (1u << LIFE_H) - 1;  // the row bits of a packed column
 constexpr int TOP_ROW = LIFE_H - 1;           // shift between the first and the last row bit
 constexpr int UNPACK_BYTES = 8;               // cells unpacked per table lookup
 constexpr int LAST_GROUP_ROW = LIFE_H - UNPACK_BYTES;  // first row of a column's last (overlapping) group
 
 static_assert(LIFE_W % LANES == 0, "the columns fill whole vectors");
-static_assert(LIFE_H > SSE_BYTES && LIFE_H <= 2 * SSE_BYTES, "two overlapping loads cover a column");
+static_assert(LIFE_CELLS % VECTOR_BYTES == 0, "the grid packs sixteen cells at a time");
+static_assert(LIFE_H + PACK_BYTES - 1 <= 64, "a column's bits lie inside one 64-bit read of the stream");
 static_assert(LIFE_H < 32, "a column and the junk bits above it fit a 32-bit lane");
+static_assert(std::endian::native == std::endian::little,
+              "packing and unpacking move bytes through 64-bit words, first byte lowest");
 static_assert(LIFE_H > 3 * UNPACK_BYTES && LIFE_H <= 4 * UNPACK_BYTES, "four groups cover a column");
 
 //----------------------------------------------------------------------------------
-// Types
+// [SECTION] Types
 //----------------------------------------------------------------------------------
 // Four packed columns, one per 32-bit lane; bitwise operators and shifts work lane by lane
-using COLUMNS = uint32_t __attribute__((vector_size(16)));
+using COLUMNS = uint32_t __attribute__((vector_size(VECTOR_BYTES)));
+
+// Sixteen cells' bytes, and the same bytes seen as two 64-bit words (first byte lowest)
+using CELL_BYTES = uint8_t __attribute__((vector_size(VECTOR_BYTES)));
+using CELL_WORDS = uint64_t __attribute__((vector_size(VECTOR_BYTES)));
+
+// The grid as bits, cell i at bit i % 8 of byte i / 8, then one zero word of padding
+using BIT_STREAM = std::array<uint8_t, PACKED_BYTES + PACK_BYTES>;
 
 // The next-generation value for each 3 x 3 block count, as multiplexer leaves: a cell's leaf is
 // born[n] when it is dead and born[n] ^ flip[n] when it is alive (each lane all ones or all zeros)
@@ -65,19 +87,19 @@ struct COLUMN_SUMS {
 };
 
 //----------------------------------------------------------------------------------
-// Module state
+// [SECTION] Module state
 //----------------------------------------------------------------------------------
 std::array<int32_t, LIFE_RULE_ENTRIES> rules_birth;
 std::array<int32_t, LIFE_RULE_ENTRIES> rules_survive;
 int32_t border_mode = LIFE_BORDER_WRAP;
 int32_t fill_percent = DEFAULT_FILL_PERCENT;
 
-alignas(SSE_BYTES) static std::array<uint8_t, LIFE_CELLS> cells;       // the live grid, column-major
-alignas(SSE_BYTES) static std::array<uint8_t, LIFE_CELLS> cells_buff;  // the next generation
+alignas(VECTOR_BYTES) static std::array<uint8_t, LIFE_CELLS> cells;       // the live grid, column-major
+alignas(VECTOR_BYTES) static std::array<uint8_t, LIFE_CELLS> cells_buff;  // the next generation
 static uint32_t steps = 0;
 
 //----------------------------------------------------------------------------------
-// Private helpers
+// [SECTION] Private helpers
 //----------------------------------------------------------------------------------
 // Eight bits spread to eight bytes of 0 or 1, bit i to byte i (little-endian)
 static constexpr std::array<uint64_t, 256> make_unpack_table()
@@ -112,16 +134,39 @@ static void store_columns(uint32_t *p, COLUMNS v)
     std::memcpy(p, &v, sizeof v);
 }
 
-// One column's cells as row bits: bit y set when the byte of row y is non-zero
-static uint32_t pack_column(const uint8_t *column)
+// Sixteen cells to two bytes of the grid's bit stream, cell i to bit i % 8 of byte i / 8: each
+// live cell keeps its own bit of the weights 1, 2, 4 .. 128, and folding each 64-bit half onto
+// itself ORs its eight distinct bits into its low byte.
+static void pack_cells(const uint8_t *bytes, uint8_t *bits)
 {
-    const __m128i zero = _mm_setzero_si128();
-    __m128i top = _mm_loadu_si128(reinterpret_cast<const __m128i *>(column));
-    __m128i bottom = _mm_loadu_si128(reinterpret_cast<const __m128i *>(column + LIFE_H - SSE_BYTES));
-    // The two loads overlap; the rows they share give the same bits.
-    uint32_t dead_top = static_cast<uint32_t>(_mm_movemask_epi8(_mm_cmpeq_epi8(top, zero)));
-    uint32_t dead_bottom = static_cast<uint32_t>(_mm_movemask_epi8(_mm_cmpeq_epi8(bottom, zero)));
-    return ~(dead_top | dead_bottom << (LIFE_H - SSE_BYTES)) & COLUMN_BITS;
+    constexpr CELL_BYTES WEIGHTS = {1, 2, 4, 8, 16, 32, 64, 128, 1, 2, 4, 8, 16, 32, 64, 128};
+    CELL_BYTES cell;
+    std::memcpy(&cell, bytes, sizeof cell);
+    auto words = reinterpret_cast<CELL_WORDS>(reinterpret_cast<CELL_BYTES>(cell != 0) & WEIGHTS);
+    words |= words >> 32;
+    words |= words >> 16;
+    words |= words >> 8;
+    bits[0] = static_cast<uint8_t>(words[0]);
+    bits[1] = static_cast<uint8_t>(words[1]);
+}
+
+// The whole grid as a stream of bits, bit i set when byte i is non-zero; the zero padding keeps
+// the last columns' 64-bit reads inside the array
+static BIT_STREAM pack_grid()
+{
+    BIT_STREAM stream{};
+    for (int i = 0; i < LIFE_CELLS / VECTOR_BYTES; i++)
+        pack_cells(&cells[i * VECTOR_BYTES], &stream[i * (VECTOR_BYTES / PACK_BYTES)]);
+    return stream;
+}
+
+// Column x's cells as row bits, cut from the grid's bit stream: bit y set when row y is alive
+static uint32_t column_bits(const BIT_STREAM &stream, int x)
+{
+    int first = x * LIFE_H;
+    uint64_t word;
+    std::memcpy(&word, &stream[first / PACK_BYTES], sizeof word);
+    return static_cast<uint32_t>(word >> (first % PACK_BYTES)) & COLUMN_BITS;
 }
 
 // Row bits back to bytes of 0 and 1, in four 8-byte groups
@@ -275,7 +320,7 @@ static const unsigned char *parse_fill(const unsigned char *text)
 }
 
 //----------------------------------------------------------------------------------
-// Public functions
+// [SECTION] Public functions
 //----------------------------------------------------------------------------------
 // Rule B3/S23, the standard generator seeded from the clock, a cleared grid, then a random fill
 int life_init()
@@ -335,11 +380,12 @@ void life_step_cells()
     const COLUMNS live_bottom = splat(live ? 1u << TOP_ROW : 0u);
 
     // Packed columns; the sums keep one column outside the grid on each side, column x at x + 1
-    alignas(SSE_BYTES) std::array<uint32_t, LIFE_W> alive;
+    const auto stream = pack_grid();
+    alignas(VECTOR_BYTES) std::array<uint32_t, LIFE_W> alive;
     std::array<uint32_t, LIFE_W + 2> ones;
     std::array<uint32_t, LIFE_W + 2> twos;
     for (int x = 0; x < LIFE_W; x++)
-        alive[x] = pack_column(&cells[x * LIFE_H]);
+        alive[x] = column_bits(stream, x);
     for (int v = 0; v < VECTORS; v++) {
         COLUMN_SUMS sums = vertical_sums(load_columns(&alive[v * LANES]), wrap_mask, live_top, live_bottom);
         store_columns(&ones[v * LANES + 1], sums.ones);
@@ -354,7 +400,7 @@ void life_step_cells()
     ones[LIFE_W + 1] = (ones[1] & wrap_bits) | live_bits;
     twos[LIFE_W + 1] = (twos[1] & wrap_bits) | live_bits;
 
-    alignas(SSE_BYTES) std::array<uint32_t, LIFE_W> next;
+    alignas(VECTOR_BYTES) std::array<uint32_t, LIFE_W> next;
     for (int v = 0; v < VECTORS; v++) {
         int at = v * LANES + 1;
         COLUMN_SUMS left{load_columns(&ones[at - 1]), load_columns(&twos[at - 1])};

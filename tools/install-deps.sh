@@ -11,6 +11,8 @@ packages=(
   # tests, benchmarks and the headless runner: GoogleTest, Google Benchmark, a virtual X display,
   # input injection and Xlib for reading pixels back
   libgtest-dev libgmock-dev libbenchmark-dev xvfb xauth xdotool libx11-dev zlib1g-dev
+  # the Life engine's portability tests: an ARM cross compiler, and qemu to run what it builds
+  g++-aarch64-linux-gnu qemu-user
 )
 
 missing=()
