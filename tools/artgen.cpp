@@ -4,7 +4,7 @@
 // The output depends on nothing but the font file and this code: no clock, no system fonts, and
 // noise from fixed seeds, so every run writes the same bytes.
 // Usage: artgen ASSETS_DIR GFX_DIR CONTACT_SHEET.png
-// Depends on: png (writing the images).
+// Depends on: png (writing the images), fonttext (reading the font's text art).
 #include <algorithm>
 #include <array>
 #include <cmath>
@@ -15,16 +15,14 @@
 #include <string>
 #include <vector>
 
+#include "fonttext.h"
 #include "png.h"
 
 //----------------------------------------------------------------------------------
 // Constants
 //----------------------------------------------------------------------------------
-constexpr int GLYPH_SIDE = 8;            // every glyph box is 8 x 8 pixels
-constexpr int GLYPH_PIXELS = GLYPH_SIDE * GLYPH_SIDE;
-constexpr int FONT_FIRST = 32;           // the first character code of the font
-constexpr int FONT_LAST_REQUIRED = 177;  // the toy uses codes up to the thank-you heart
-constexpr int FONT_LAST_ALLOWED = 255;   // character codes are bytes
+constexpr int GLYPH_SIDE = FONT_TEXT_SIDE;   // every glyph box is 8 x 8 pixels
+constexpr int FONT_FIRST = FONT_TEXT_FIRST;  // the first character code of the font
 constexpr int SHEET_COLUMNS = 16;        // glyph boxes per row of the font sheet
 constexpr int SHEET_PITCH = GLYPH_SIDE + 1;  // a box and the marker line after it
 constexpr int LOGO_W = 240;              // the maker's banner
@@ -33,7 +31,7 @@ constexpr int ICON_SIDE = 72;            // a game icon
 constexpr int SUPERSAMPLE = 4;           // shapes are sampled 4 x 4 times per pixel
 
 // The glyph finder's marker: every pixel outside a glyph box, and the sheet's top-left pixel
-constexpr std::array<uint8_t, 4> MARKER = {255, 0, 255, 255};
+constexpr std::array<uint8_t, 4> MARKER = FONT_TEXT_MARKER;
 
 // Where the cell icons, the grid icons and the interface sprites start in the font
 constexpr int CODE_LIVE_ICONS = 128;
@@ -79,15 +77,8 @@ struct CANVAS {
     std::vector<COLOUR> px;  // w * h, rows from the top
 };
 
-// One glyph of the font, as bytes R, G, B, A
-struct GLYPH {
-    std::array<std::array<uint8_t, 4>, GLYPH_PIXELS> px;
-};
-
-// The hand-drawn font: glyphs for consecutive codes from FONT_FIRST on
-struct FONT {
-    std::vector<GLYPH> glyphs;
-};
+using GLYPH = FONT_TEXT_GLYPH;
+using FONT = FONT_TEXT;
 
 // A point in canvas coordinates
 struct POINT {
@@ -335,80 +326,6 @@ static double fractal_noise(double x, double y, uint32_t seed, int octaves)
 //----------------------------------------------------------------------------------
 // Private helpers: the font
 //----------------------------------------------------------------------------------
-// Report a problem in the font file
-static bool font_error(const std::string &path, int line, const std::string &message)
-{
-    std::fprintf(stderr, "artgen: %s:%d: %s\n", path.c_str(), line, message.c_str());
-    return false;
-}
-
-// Read the font file: shade definitions, then glyphs of consecutive codes from FONT_FIRST.
-// False with a message naming the line on any problem.
-static bool font_read(const std::string &path, FONT &font)
-{
-    std::ifstream in(path);
-    if (!in)
-        return font_error(path, 0, "cannot open the file");
-    std::array<bool, 256> defined{};
-    std::array<std::array<uint8_t, 4>, 256> shades{};
-    std::string line;
-    int number = 0;
-    while (std::getline(in, line)) {
-        number++;
-        if (!line.empty() && line.back() == '\r')
-            line.pop_back();
-        if (line.empty() || line[0] == '#')
-            continue;
-        char ch = 0;
-        int r, g, b, a, code;
-        if (std::sscanf(line.c_str(), "shade %c %d %d %d %d", &ch, &r, &g, &b, &a) == 5) {
-            auto index = static_cast<unsigned char>(ch);
-            if (defined[index])
-                return font_error(path, number, std::string("shade '") + ch + "' defined twice");
-            if (std::min({r, g, b, a}) < 0 || std::max({r, g, b, a}) > 255)
-                return font_error(path, number, "shade bytes must lie in 0..255");
-            shades[index] = {static_cast<uint8_t>(r), static_cast<uint8_t>(g), static_cast<uint8_t>(b),
-                             static_cast<uint8_t>(a)};
-            if (shades[index] == MARKER)
-                return font_error(path, number, "a shade may not be the sheet's marker colour");
-            if (a != 0 && a != 255)
-                return font_error(path, number, "a shade is either transparent or opaque (alpha 0 or 255)");
-            defined[index] = true;
-        } else if (std::sscanf(line.c_str(), "glyph %d", &code) == 1) {
-            int expected = FONT_FIRST + static_cast<int>(font.glyphs.size());
-            if (code != expected)
-                return font_error(path, number, "glyph " + std::to_string(code) + " where " +
-                                                    std::to_string(expected) + " comes next");
-            if (code > FONT_LAST_ALLOWED)
-                return font_error(path, number, "character codes end at 255");
-            GLYPH glyph;
-            for (int row = 0; row < GLYPH_SIDE; row++) {
-                number++;
-                if (!std::getline(in, line))
-                    return font_error(path, number, "the file ends inside glyph " + std::to_string(code));
-                if (!line.empty() && line.back() == '\r')
-                    line.pop_back();
-                if (line.size() != GLYPH_SIDE)
-                    return font_error(path, number, "a glyph row has 8 pixels");
-                for (int col = 0; col < GLYPH_SIDE; col++) {
-                    auto index = static_cast<unsigned char>(line[col]);
-                    if (!defined[index])
-                        return font_error(path, number, std::string("no shade '") + line[col] + "'");
-                    glyph.px[row * GLYPH_SIDE + col] = shades[index];
-                }
-            }
-            font.glyphs.push_back(glyph);
-        } else {
-            return font_error(path, number, "expected a shade, a glyph or a comment");
-        }
-    }
-    int last = FONT_FIRST + static_cast<int>(font.glyphs.size()) - 1;
-    if (last < FONT_LAST_REQUIRED)
-        return font_error(path, number, "the font ends at code " + std::to_string(last) + ", before " +
-                                            std::to_string(FONT_LAST_REQUIRED));
-    return true;
-}
-
 // The glyph of a character code; codes outside the font give the first glyph (a blank)
 static const GLYPH &font_glyph(const FONT &font, int code)
 {
@@ -428,7 +345,7 @@ static CANVAS font_sheet(const FONT &font)
     CANVAS c = canvas_new(1 + SHEET_COLUMNS * SHEET_PITCH, 1 + rows * SHEET_PITCH, marker);
     for (int i = 0; i < count; i++) {
         int x0 = 1 + (i % SHEET_COLUMNS) * SHEET_PITCH, y0 = 1 + (i / SHEET_COLUMNS) * SHEET_PITCH;
-        for (int p = 0; p < GLYPH_PIXELS; p++) {
+        for (int p = 0; p < GLYPH_SIDE * GLYPH_SIDE; p++) {
             const std::array<uint8_t, 4> &v = font.glyphs[i].px[p];
             c.px[static_cast<size_t>(y0 + p / GLYPH_SIDE) * c.w + x0 + p % GLYPH_SIDE] = {
                 v[0] / 255.0f, v[1] / 255.0f, v[2] / 255.0f, v[3] / 255.0f};
@@ -442,7 +359,7 @@ static CANVAS font_sheet(const FONT &font)
 static void draw_glyph(CANVAS &c, const FONT &font, int code, int x, int y, int sx, int sy, COLOUR tint)
 {
     const GLYPH &glyph = font_glyph(font, code);
-    for (int p = 0; p < GLYPH_PIXELS; p++) {
+    for (int p = 0; p < GLYPH_SIDE * GLYPH_SIDE; p++) {
         const std::array<uint8_t, 4> &v = glyph.px[p];
         if (v[3] == 0)
             continue;
@@ -890,8 +807,11 @@ int main(int argc, char **argv)
     }
     const std::string assets = argv[1], gfx = argv[2], sheet = argv[3];
     FONT font;
-    if (!font_read(assets + "/font8x8.txt", font))
+    std::string error;
+    if (!font_text_read(assets + "/font8x8.txt", font, error)) {
+        std::fprintf(stderr, "artgen: %s\n", error.c_str());
         return 1;
+    }
     CANVAS logo = draw_logo(font);
     std::vector<CANVAS> icons = {draw_hollowtide(), draw_orbitcrane(), draw_noiseorchard(), draw_umberdeep()};
     const std::array<const char *, 4> icon_names = {"hollowtide", "orbitcrane", "noiseorchard", "umberdeep"};

@@ -15,7 +15,7 @@
 // Depends on: synth, synth_effects, lum, rnd (the engine, its slots, the tick count and the
 // switches, the boot growl, the title pips' random spread), sounds (the framework's other
 // effects), main and game (the toy's own title pips, clicks, toggle pips and paint sounds),
-// png (writing the picture).
+// png and fonttext (writing the picture, labelled with the project's font).
 #include <sys/wait.h>
 #include <unistd.h>
 
@@ -31,6 +31,7 @@
 #include <string>
 #include <vector>
 
+#include "fonttext.h"
 #include "game.h"
 #include "lum.h"
 #include "main.h"
@@ -81,9 +82,7 @@ constexpr double SPECTRUM_HI_HZ = SAMPLE_RATE / 2.0;  // ... and the top
 constexpr double SPECTRUM_FLOOR_DB = -96.0;  // magnitudes map from here (black) to 0 dB (white)
 
 // The picture's layout, in pixels
-constexpr int GLYPH_SIDE = 8;
-constexpr int FONT_FIRST = 32;            // the font's first character code
-constexpr int FONT_CODES = 224;           // codes 32..255
+constexpr int GLYPH_SIDE = FONT_TEXT_SIDE;
 constexpr int MARGIN = 8;
 constexpr int LABEL_W = 136;              // the name, length and peak column
 constexpr int PANEL_W = 360;              // waveform and spectrogram
@@ -123,11 +122,6 @@ struct SOUND {
 struct TAKE {
     std::vector<int16_t> samples;
     int peak = 0;  // the largest magnitude
-};
-
-// The 8 x 8 font for the labels: one bit per pixel, set where a glyph has ink
-struct FONT {
-    std::array<std::array<bool, GLYPH_SIDE * GLYPH_SIDE>, FONT_CODES> ink{};
 };
 
 // The picture being drawn
@@ -546,47 +540,6 @@ static RGB8 ramp(double t)
 }
 
 //----------------------------------------------------------------------------------
-// Private helpers: the font
-//----------------------------------------------------------------------------------
-// Read the text-art font: "shade C R G B A" lines say which characters stand for pixels with
-// ink (alpha above 0); "glyph N ..." starts code N, its 8 rows follow. Comments and blank lines
-// between them are skipped. False with a message on a problem.
-static bool font_read(const std::string &path, FONT &font)
-{
-    std::ifstream in(path);
-    if (!in) {
-        std::fprintf(stderr, "synthwav: cannot open %s\n", path.c_str());
-        return false;
-    }
-    std::array<bool, 256> inked{};
-    std::string line;
-    int number = 0;
-    while (std::getline(in, line)) {
-        number++;
-        char ch = 0;
-        int r, g, b, a, code;
-        if (std::sscanf(line.c_str(), "shade %c %d %d %d %d", &ch, &r, &g, &b, &a) == 5) {
-            inked[static_cast<unsigned char>(ch)] = a > 0;
-        } else if (std::sscanf(line.c_str(), "glyph %d", &code) == 1) {
-            if (code < FONT_FIRST || code >= FONT_FIRST + FONT_CODES) {
-                std::fprintf(stderr, "synthwav: %s:%d: no character code %d\n", path.c_str(), number, code);
-                return false;
-            }
-            for (int row = 0; row < GLYPH_SIDE; row++) {
-                number++;
-                if (!std::getline(in, line) || line.size() < GLYPH_SIDE) {
-                    std::fprintf(stderr, "synthwav: %s:%d: a glyph row has 8 pixels\n", path.c_str(), number);
-                    return false;
-                }
-                for (int col = 0; col < GLYPH_SIDE; col++)
-                    font.ink[code - FONT_FIRST][row * GLYPH_SIDE + col] = inked[static_cast<unsigned char>(line[col])];
-            }
-        }
-    }
-    return true;
-}
-
-//----------------------------------------------------------------------------------
 // Private helpers: the picture
 //----------------------------------------------------------------------------------
 static CANVAS canvas_new(int w, int h, RGB8 fill)
@@ -615,14 +568,15 @@ static void fill_rect(CANVAS &c, int x, int y, int w, int h, RGB8 colour)
 }
 
 // A line of text, 8 pixels per character, top-left corner at (x, y)
-static void draw_text(CANVAS &c, const FONT &font, const std::string &text, int x, int y, RGB8 colour)
+// NOTE: the font's text glyphs are white ink on transparency; a pixel with any alpha is ink.
+static void draw_text(CANVAS &c, const FONT_TEXT &font, const std::string &text, int x, int y, RGB8 colour)
 {
     for (size_t n = 0; n < text.size(); n++) {
-        const int code = static_cast<unsigned char>(text[n]);
-        if (code < FONT_FIRST)
+        const size_t index = static_cast<size_t>(static_cast<unsigned char>(text[n]) - FONT_TEXT_FIRST);
+        if (index >= font.glyphs.size())
             continue;
         for (int p = 0; p < GLYPH_SIDE * GLYPH_SIDE; p++)
-            if (font.ink[code - FONT_FIRST][p])
+            if (font.glyphs[index].px[static_cast<size_t>(p)][3] > 0)
                 plot(c, x + static_cast<int>(n) * GLYPH_SIDE + p % GLYPH_SIDE, y + p / GLYPH_SIDE, colour);
     }
 }
@@ -664,7 +618,7 @@ static void draw_spectrogram(CANVAS &c, int x0, int y0, const std::vector<int16_
 
 // One picture of every sound: a caption row, then per sound its name, length and peak, its
 // waveform and its spectrogram
-static CANVAS draw_picture(const FONT &font, const std::vector<TAKE> &takes)
+static CANVAS draw_picture(const FONT_TEXT &font, const std::vector<TAKE> &takes)
 {
     const int wave_x = MARGIN + LABEL_W, spectrum_x = wave_x + PANEL_W + MARGIN;
     CANVAS c = canvas_new(spectrum_x + PANEL_W + MARGIN, MARGIN + HEADER_H + static_cast<int>(SOUNDS.size()) * ROW_PITCH,
@@ -692,9 +646,12 @@ static CANVAS draw_picture(const FONT &font, const std::vector<TAKE> &takes)
 // Every sound to DIR/NAME.wav, then the picture; a line per sound on standard output
 static bool render_all(const std::string &dir, const std::string &picture, const std::string &font_path)
 {
-    FONT font;
-    if (!font_read(font_path, font))
+    FONT_TEXT font;
+    std::string error;
+    if (!font_text_read(font_path, font, error)) {
+        std::fprintf(stderr, "synthwav: %s\n", error.c_str());
         return false;
+    }
     engine_setup();
     std::vector<TAKE> takes(SOUNDS.size());
     for (size_t i = 0; i < SOUNDS.size(); i++) {
