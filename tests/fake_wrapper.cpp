@@ -90,6 +90,11 @@ void wrapper_handle_events()
         fake_platform.on_poll();
 }
 
+int wrapper_quit_requested()
+{
+    return fake_platform.quit_requested;
+}
+
 double wrapper_get_seconds()
 {
     return static_cast<double>(fake_platform.ms) / 1000.0;

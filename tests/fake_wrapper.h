@@ -14,6 +14,7 @@ struct FAKE_PLATFORM {
     int set_graphics_result;       // wrapper_set_graphics's answer
     int inits, exits;              // wrapper_init and wrapper_exit calls
     int polls;                     // wrapper_handle_events calls
+    int quit_requested;            // what wrapper_quit_requested answers
     int flips;                     // buffer swaps (frames presented)
     int yields;                    // wrapper_yield calls
     int audio_locks;               // wrapper_lock_audio calls

@@ -28,7 +28,7 @@
 #include <vector>
 
 #include "draw.h"
-#include "lum.h"
+#include "log.h"
 #include "sprite.h"
 #include "texture-atlas.h"
 #include "wrapper_image.h"

@@ -4,12 +4,14 @@
 // one texture. Building an atlas is always: atlas_create_texture, any number of loads and adds,
 // atlas_upload (which discards the packer). Only one packer exists at a time, so atlases are
 // built one after another.
-// Depends on: texture-atlas (packing), wrapper_image (decoding), sprite (drawing), draw (binding),
-// lum (log lines), OpenGL.
+// Depends on: texture-atlas (packing), wrapper_image (decoding), sprite (its records; drawing the
+// page), draw (binding), log (log lines), OpenGL.
 #pragma once
 
 #include <array>
 #include <cstdint>
+
+#include "sprite.h"
 
 struct texture_atlas_t;
 
@@ -47,38 +49,11 @@ struct IMAGE {
     uint8_t *rgba;            // texture_w * texture_h pixels R, G, B, A, rows from the top; owned, kept after upload
 };
 
-// One vertex of a batched sprite; a sprite takes four consecutive vertices
-struct BATCH_ITEM {
-    float x, y, z;            // screen position
-    int16_t u, v;             // texture position in pixels
-    uint8_t r, g, b, a;       // colour 0..255
-    float pad[3];             // unused: keeps a vertex 32 bytes long
-};
-static_assert(sizeof(BATCH_ITEM) == 32, "the vertex arrays are drawn with a 32-byte stride");
-
-// A batch of quads waiting to be drawn with one call
-struct ATLAS_BATCH {
-    BATCH_ITEM *entry;        // 4 * size vertices; null until the first plot
-    int32_t count;            // sprites plotted since the last draw
-    int32_t size;             // sprites the storage holds
-    int32_t max;              // growth limit
-};
-
 // An atlas: its page, followed by its two batches. The page comes first, so a pointer to the
 // IMAGE of an atlas is also a pointer to the whole ATLAS (atlas_from_image).
 struct ATLAS {
     IMAGE image;
     ATLAS_BATCH batch[ATLAS_BATCHES];
-};
-
-// A packed piece of a page. All fields but the last are signed 16-bit.
-struct SPRITE {
-    int16_t atlasx, atlasy;   // top-left pixel of the piece within the page
-    int16_t w, h;             // size of the piece (after trimming)
-    int16_t boxx, boxy;       // where the trimmed piece starts inside its tile (sheets only)
-    int16_t boxw, boxh;       // size of the untrimmed tile (sheets) or of the glyph box (fonts)
-    int16_t xoff, yoff;       // offset of the piece's centre from the tile's centre (sheets only)
-    IMAGE *atlas;             // the page holding the pixels
 };
 
 // Decoded pixels
@@ -93,14 +68,6 @@ struct SPRITESHEET {
     int32_t uploaded;         // not used by the atlas
     int32_t spritew, spriteh; // tile size in pixels
     RGBA_DATA *rgba;          // the decoded sheet
-};
-
-// A bitmap font: consecutive glyph sprites, one per character code from `first` on
-struct SPRITEFONT {
-    unsigned glyphbase;       // sprite index of the first glyph
-    unsigned first;           // character code of the first glyph
-    unsigned count;           // number of glyphs
-    SPRITE *glyphs;           // the first glyph's sprite
 };
 
 //----------------------------------------------------------------------------------

@@ -4,7 +4,7 @@
 #include <GL/gl.h>
 
 #include "atlas.h"
-#include "lum.h"
+#include "log.h"
 #include "wrapper.h"
 
 //----------------------------------------------------------------------------------

@@ -5,7 +5,7 @@
 
 #include <cstdint>
 
-#include "lum.h"
+#include "log.h"
 #include "wrapper_file.h"
 
 //----------------------------------------------------------------------------------

@@ -3,7 +3,7 @@
 // directory, a temporary and a documents directory under it. Names are composed in them, files
 // are opened, read, written and deleted with uniform log lines, 16- and 32-bit integers are
 // read and written little-endian. Streams are the system library's buffered FILE handles.
-// Depends on: wrapper_file (the base paths), lum (log lines, the application name).
+// Depends on: wrapper_file (the base paths, the application name), log (log lines).
 #pragma once
 
 #include <cstddef>

@@ -3,10 +3,10 @@
 // Strings are laid out along the turtle's x axis, each character advancing by its glyph's width
 // (no line breaking, kerning or spacing), and plotted into an atlas batch; a single character
 // can also be drawn at once. Characters are read as unsigned bytes.
-// Depends on: atlas (SPRITEFONT, SPRITE), sprite (plotting and drawing), turtle.
+// Depends on: sprite (SPRITEFONT, SPRITE; plotting and drawing), turtle.
 #pragma once
 
-#include "atlas.h"
+#include "sprite.h"
 
 //----------------------------------------------------------------------------------
 // Constants

@@ -1,7 +1,7 @@
 // input: the per-tick input state (see input.h).
 #include "input.h"
 
-#include "lum.h"
+#include "log.h"
 
 //----------------------------------------------------------------------------------
 // Module state

@@ -3,7 +3,7 @@
 // the main loop delivers the ring into three tables that screens read directly (held keys,
 // this tick's key events, pointer slots) and offers each event to an optional callback; at the
 // end of the tick the per-tick parts are forgotten.
-// Depends on: lum (log lines, the tick number).
+// Depends on: log (log lines, the tick number).
 #pragma once
 
 #include <array>

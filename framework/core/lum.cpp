@@ -2,8 +2,6 @@
 //
 // Index of this file:
 // [SECTION] Module state
-// [SECTION] Logging
-// [SECTION] Fatal errors
 // [SECTION] Boot screen
 // [SECTION] Start-up and shut-down
 // [SECTION] Main loop
@@ -11,9 +9,6 @@
 #include "lum.h"
 
 #include <algorithm>
-#include <cstdarg>
-#include <cstdio>
-#include <cstdlib>
 #include <ctime>
 
 #include "atlas.h"
@@ -25,68 +20,20 @@
 #include "synth_effects.h"
 #include "turtle.h"
 #include "wrapper.h"
+#include "wrapper_file.h"
 #include "wrapper_music.h"
 
 //----------------------------------------------------------------------------------
 // [SECTION] Module state
 //----------------------------------------------------------------------------------
-LUM_SETTINGS lum_settings;
-std::atomic<uint32_t> lum_ticks = 0;
-
 static int logic_rate = LUM_TICKS_PER_SECOND;
 static uint32_t time_ticks = 0;    // platform tick count at logic_rate when the rate was last set
 static uint32_t logic_ticks = 0;   // the tick up to which logic has run
-static double start_seconds = 0.0; // platform seconds at the end of start-up
 static int fps_ = 0;
 static int paused_ = 0;
 static int render_disabled_ = 0;
 static int quit_ = 0;
 static int is_init_ = 0;
-static const char *appname_ = nullptr;
-
-//----------------------------------------------------------------------------------
-// [SECTION] Logging
-//----------------------------------------------------------------------------------
-static void log_prefix()
-{
-    std::printf("[lum %.2fs (%u)] ", lum_seconds(), static_cast<unsigned>(lum_ticks.load()));
-}
-
-void lum_log(const char *text)
-{
-    log_prefix();
-    std::printf("%s\n", text);
-    std::fflush(stdout);
-}
-
-void lum_logf(const char *format, ...)
-{
-    log_prefix();
-    va_list args;
-    va_start(args, format);
-    std::vprintf(format, args);
-    va_end(args);
-    std::fflush(stdout);
-}
-
-//----------------------------------------------------------------------------------
-// [SECTION] Fatal errors
-//----------------------------------------------------------------------------------
-void lum_assert_fail(const char *text, const char *file, int line, const char *function)
-{
-    std::fflush(stdout);
-    std::fprintf(stderr, "%s:%d: %s: Assertion `%s' failed.\n", file, line, function, text);
-    std::fflush(stderr);
-    std::abort();
-}
-
-void lum_out_of_memory(int line)
-{
-    std::fflush(stdout);
-    std::fprintf(stderr, "line %d: No more memory for allocating data\n", line);
-    std::fflush(stderr);
-    std::exit(1);
-}
 
 //----------------------------------------------------------------------------------
 // [SECTION] Boot screen
@@ -195,7 +142,7 @@ int lum_init()
     init_sine_table();
     turtle_home();
     lum_set_logic_rate(LUM_TICKS_PER_SECOND);
-    start_seconds = wrapper_get_seconds();
+    lum_clock_start();
     state_set(&lum_state);
     is_init_ = 1;
     return 1;
@@ -257,7 +204,7 @@ int lum_run(int idle)
             return result;
         lum_graphics(0, 0, 0, 0);
     }
-    if (idle && quit_) {
+    if (idle && lum_is_quit()) {
         lum_exit();
         return 0;
     }
@@ -291,7 +238,7 @@ int lum_run(int idle)
         if (idle)
             return 1;
         wrapper_yield();
-    } while (!quit_);
+    } while (!lum_is_quit());
     lum_exit();
     return 0;
 }
@@ -304,9 +251,10 @@ void lum_quit()
     quit_ = 1;
 }
 
+// A quit asked for by the program, or by the platform (window closed, Escape held, no display)
 int lum_is_quit()
 {
-    return quit_;
+    return quit_ || wrapper_quit_requested();
 }
 
 // Set the logic rate and restart the tick schedule from now: the tick number jumps to the
@@ -326,11 +274,6 @@ int lum_set_logic_rate(int rate)
 int lum_logic_rate()
 {
     return logic_rate;
-}
-
-double lum_seconds()
-{
-    return wrapper_get_seconds() - start_seconds;
 }
 
 // NOTE: the desktop platform reports a refused mode as -1, which still yields 1 here; only a
@@ -372,14 +315,15 @@ void lum_disable_render(int set)
     render_disabled_ = set;
 }
 
+// The name is kept by the platform, whose per-user folders it names
 void lum_set_app_name(const char *name)
 {
-    appname_ = name;
+    wrapper_set_app_name(name);
 }
 
 const char *lum_app_name()
 {
-    return appname_ ? appname_ : "unnamed";
+    return wrapper_app_name();
 }
 
 // Name the window; the platform keeps the caption when the window is reopened at another size

@@ -1,7 +1,7 @@
 // music: background music (see music.h).
 #include "music.h"
 
-#include "lum.h"
+#include "log.h"
 #include "wrapper_music.h"
 
 // Load and play a tune, or stop the music with a null name ("OFF" in the log)

@@ -1,6 +1,6 @@
 // music: background music for the framework's users, played by the platform under the mix.
 // The toy itself plays none; other applications of the framework load a tune and steer it here.
-// Depends on: lum (the log line), wrapper_music (the platform's player).
+// Depends on: log (the log line), wrapper_music (the platform's player).
 #pragma once
 
 //----------------------------------------------------------------------------------

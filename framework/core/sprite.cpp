@@ -7,8 +7,9 @@
 #include <cstdlib>
 #include <utility>
 
+#include "atlas.h"
 #include "draw.h"
-#include "lum.h"
+#include "log.h"
 #include "turtle.h"
 
 //----------------------------------------------------------------------------------

@@ -20,7 +20,7 @@
 #include <numbers>
 #include <type_traits>
 
-#include "lum.h"
+#include "log.h"
 
 static_assert(std::is_trivially_copyable_v<SYNFUNC>, "stages are copied as bytes");
 

@@ -6,7 +6,7 @@
 // mono signed 16-bit sample. The one instance of the system is `synraw`, rendered into `synthbuf`
 // by the audio callback; the effect slots build their patches into it.
 // Compile-time options: none. Everything is static; nothing is allocated.
-// Depends on: lum (the log line of syn_init).
+// Depends on: log (the log line of syn_init).
 #pragma once
 
 #include <array>

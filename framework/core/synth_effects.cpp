@@ -11,9 +11,10 @@
 
 #include <algorithm>
 
-#include "lum.h"
+#include "log.h"
+#include "lum_settings.h"
 #include "synth.h"
-#include "wrapper.h"
+#include "wrapper_system.h"
 
 //----------------------------------------------------------------------------------
 // [SECTION] Module state

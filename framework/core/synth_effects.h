@@ -5,8 +5,8 @@
 // or steals the oldest release tail of lower priority when none is free. The effects run on the
 // audio thread; they are created on the main thread, with the audio device locked (see
 // synth_effect_ex).
-// Depends on: synth (the stages), lum (log lines, the tick count and clock, the audio switches),
-// wrapper (the audio lock).
+// Depends on: synth (the stages), log (log lines, the tick count and clock), lum_settings (the
+// audio switches), wrapper_system (the audio lock).
 #pragma once
 
 #include <array>

@@ -10,7 +10,7 @@
 #include <cstdlib>
 #include <cstring>
 
-#include "lum.h"
+#include "log.h"
 
 //----------------------------------------------------------------------------------
 // Constants

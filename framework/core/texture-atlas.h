@@ -3,7 +3,7 @@
 // the page. A one-pixel empty border is kept on every side of the page. The placement is
 // bottom-left: lowest resulting bottom edge, then narrowest supporting segment, then leftmost.
 // Preconditions are assertions that abort.
-// Depends on: vector, OpenGL (texture names only).
+// Depends on: vector, log (assertions, the out-of-memory exit), OpenGL (texture names only).
 #pragma once
 
 #include <cstddef>

@@ -7,7 +7,7 @@
 #include <cstdlib>
 #include <cstring>
 
-#include "lum.h"
+#include "log.h"
 
 //----------------------------------------------------------------------------------
 // Private helpers

@@ -2,7 +2,7 @@
 // Items are copied in and out by value as raw bytes. The texture packer keeps its skyline in one.
 // Preconditions are assertions that abort; running out of memory (for the record or the item
 // block) prints "line %d: No more memory for allocating data" on stderr and exits with status 1.
-// Depends on: nothing.
+// Depends on: log (assertions, the out-of-memory exit).
 #pragma once
 
 #include <cstddef>

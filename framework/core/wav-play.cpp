@@ -20,7 +20,7 @@
 #include <memory>
 
 #include "file.h"
-#include "wrapper.h"
+#include "wrapper_system.h"
 
 //----------------------------------------------------------------------------------
 // [SECTION] Constants and types

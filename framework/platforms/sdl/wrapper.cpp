@@ -8,12 +8,10 @@
 // [SECTION] Start and stop
 // [SECTION] Video mode
 // [SECTION] Events
-// [SECTION] Time and threads
 // [SECTION] Desktop substitutes
 #include "wrapper.h"
 
 #include <GL/gl.h>
-#include <pthread.h>
 
 #include <algorithm>
 #include <cstdio>
@@ -23,7 +21,7 @@
 #include "SDL.h"
 #include "draw.h"
 #include "input.h"
-#include "lum.h"
+#include "log.h"
 #include "wrapper_music.h"
 
 //----------------------------------------------------------------------------------
@@ -37,6 +35,7 @@ static int display_w = 640;   // the drawing surface; 640 x 480 until a mode is 
 static int display_h = 480;
 static int fullscreen_ = 0;
 static SDL_Joystick *joy = nullptr;  // opened at start and not read afterwards
+static int quit_requested = 0;       // set by a window close, a held Escape or a missing display
 
 //----------------------------------------------------------------------------------
 // [SECTION] Start and stop
@@ -72,7 +71,7 @@ int wrapper_init()
     start_sdl();
     if (!has_display()) {
         lum_log("No display found: quitting");
-        lum_quit();
+        quit_requested = 1;
     }
     joy = SDL_JoystickOpen(0);
     if (desktop_w == 0 && desktop_h == 0) {
@@ -248,7 +247,7 @@ void wrapper_handle_events()
             break;
         case SDL_QUIT:
             lum_log("SDL_QUIT");
-            lum_quit();
+            quit_requested = 1;
             continue;
         default:
             continue;
@@ -256,64 +255,12 @@ void wrapper_handle_events()
         input_add_event(&e);
     }
     if (keys[K_ESC])
-        lum_quit();
+        quit_requested = 1;
 }
 
-//----------------------------------------------------------------------------------
-// [SECTION] Time and threads
-//----------------------------------------------------------------------------------
-double wrapper_get_seconds()
+int wrapper_quit_requested()
 {
-    return SDL_GetTicks() / 1000.0;
-}
-
-uint32_t wrapper_get_ticks(float frequency)
-{
-    return wrapper_ticks_from_ms(SDL_GetTicks(), frequency);
-}
-
-// The desktop accepts every rate
-int wrapper_set_logic_rate(float rate)
-{
-    (void)rate;
-    return 0;
-}
-
-void wrapper_delay(double seconds)
-{
-    double ms = 1000.0 * seconds;
-    SDL_Delay(ms > 0.0 ? static_cast<Uint32>(std::min(ms, 4294967295.0)) : 0);
-}
-
-void wrapper_yield()
-{
-    wrapper_delay(0.001);
-}
-
-void wrapper_lock_audio()
-{
-    SDL_LockAudio();
-}
-
-void wrapper_unlock_audio()
-{
-    SDL_UnlockAudio();
-}
-
-void wrapper_start_audio_stream()
-{
-}
-
-void wrapper_stop_audio_stream()
-{
-}
-
-// Start func(data) on a detached thread; failure is not reported
-void wrapper_run_thread(void *(*func)(void *), void *data)
-{
-    pthread_t thread;
-    if (pthread_create(&thread, nullptr, func, data) == 0)
-        pthread_detach(thread);
+    return quit_requested;
 }
 
 //----------------------------------------------------------------------------------

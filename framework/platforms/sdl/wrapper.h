@@ -2,10 +2,14 @@
 // This header is the seam: it names no SDL type, so the portable modules can be built and
 // tested against a test double of it (a fake clock, no window). The desktop implementation
 // over SDL 1.2 and OpenGL is wrapper.cpp.
-// Depends on: input (events are queued there), lum (log lines, quit), draw (reset on a new mode).
+// Depends on: wrapper_system (clock, threads, audio lock: declared with the platform's interface),
+// input (events are queued there), log (log lines), draw (reset on a new mode), wrapper_music
+// (closed at exit).
 #pragma once
 
 #include <cstdint>
+
+#include "wrapper_system.h"
 
 //----------------------------------------------------------------------------------
 // Functions
@@ -27,24 +31,10 @@ void wrapper_flip_screen();
 void wrapper_show_cursor(int set);
 void wrapper_set_title(const char *title);  // the window's caption (and its iconified name)
 
-// Events and time
-void wrapper_handle_events();                 // drain the platform's events into the input ring
-double wrapper_get_seconds();                 // seconds since the platform timer started
-uint32_t wrapper_get_ticks(float frequency);  // whole ticks at `frequency` since the timer started
-int wrapper_set_logic_rate(float rate);       // 0: accepted; negative: refused
-void wrapper_delay(double seconds);
-void wrapper_yield();                         // sleep one millisecond
-
-// The audio lock: while it is held the audio callback does not run (the platform holds the same
-// lock around every call of it). It may be taken again by its holder; every lock is matched by
-// an unlock. The audio stream must not be opened or closed while it is held.
-void wrapper_lock_audio();
-void wrapper_unlock_audio();
-
-// Threads and audio stream hooks of handheld platforms
-void wrapper_start_audio_stream();
-void wrapper_stop_audio_stream();
-void wrapper_run_thread(void *(*func)(void *), void *data);
+// Events
+void wrapper_handle_events();  // drain the platform's events into the input ring
+int wrapper_quit_requested();  // 1 once the platform asked the program to end (window closed,
+                               // Escape held, no display); the runtime's quit test reads it
 
 // Services the desktop lacks: these log and report -1 (not available)
 int wrapper_tweet_start();
@@ -56,19 +46,3 @@ int wrapper_copy_data_to_clipboard(const char *hint, const void *data, int size)
 int wrapper_copy_file_to_clipboard(const char *hint, const char *filename, void (*progress)(float));
 int wrapper_call_ex(const char *name, int argc, const char *const *argv, void (*callback)(const char *));
 int wrapper_call(const char *call, const char *arg);
-
-//----------------------------------------------------------------------------------
-// Shared helpers
-//----------------------------------------------------------------------------------
-// Whole ticks at `frequency` in `ms` milliseconds: computed in floating point, truncated toward
-// zero, low 32 bits. The main loop's tick schedule rests on it. Not-a-number or a negative
-// count gives 0.
-constexpr uint32_t wrapper_ticks_from_ms(uint64_t ms, float frequency)
-{
-    double ticks = static_cast<double>(ms) * frequency / 1000.0;
-    if (!(ticks > 0.0))
-        return 0;
-    if (ticks >= 18446744073709551616.0)
-        return 0xFFFFFFFFu;
-    return static_cast<uint32_t>(static_cast<uint64_t>(ticks));
-}

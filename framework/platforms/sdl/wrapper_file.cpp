@@ -11,7 +11,7 @@
 #include <cstdio>
 #include <cstdlib>
 
-#include "lum.h"
+#include "log.h"
 
 //----------------------------------------------------------------------------------
 // Constants
@@ -45,6 +45,7 @@ static char save_path[WRAPPER_FILE_BASE_MAX];
 static char temp_path[WRAPPER_FILE_BASE_MAX];
 static char doc_path[WRAPPER_FILE_BASE_MAX];
 static int init = 0;  // the per-user paths are computed
+static const char *app_name = nullptr;
 
 //----------------------------------------------------------------------------------
 // Private helpers
@@ -99,7 +100,7 @@ static void compute_paths()
     if (init)
         return;
     init = 1;
-    const char *app = lum_app_name();
+    const char *app = wrapper_app_name();
     bool fit = false;
     const char *home = compose_from_home(app, fit);
     if (!fit) {
@@ -123,6 +124,16 @@ static int alphasort_reverse(const dirent **a, const dirent **b)
 //----------------------------------------------------------------------------------
 // Public functions
 //----------------------------------------------------------------------------------
+void wrapper_set_app_name(const char *name)
+{
+    app_name = name;
+}
+
+const char *wrapper_app_name()
+{
+    return app_name ? app_name : "unnamed";
+}
+
 const char *wrapper_file_data_path()
 {
     return DATA_PATH;

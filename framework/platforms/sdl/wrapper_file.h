@@ -3,7 +3,7 @@
 // are computed, and their directories created, on the first request of any base path. When HOME
 // is not a usable absolute path, the password database's home directory is used, and failing
 // that the current directory.
-// Depends on: lum (log lines, the application name).
+// Depends on: log (log lines).
 #pragma once
 
 //----------------------------------------------------------------------------------
@@ -14,6 +14,10 @@ constexpr int WRAPPER_FILE_BASE_MAX = 512;  // each per-user base path's buffer
 //----------------------------------------------------------------------------------
 // Functions
 //----------------------------------------------------------------------------------
+// The application's name names its per-user folder. The pointer is kept, not a copy; the paths
+// take the name in force at their first request.
+void wrapper_set_app_name(const char *name);
+const char *wrapper_app_name();        // "unnamed" when none was set
 const char *wrapper_file_data_path();  // "./"
 const char *wrapper_file_save_path();  // each ends in "/"
 const char *wrapper_file_temp_path();

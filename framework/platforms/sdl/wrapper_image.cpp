@@ -12,7 +12,7 @@
 
 #include "SDL.h"
 #include "SDL_image.h"
-#include "lum.h"
+#include "log.h"
 
 //----------------------------------------------------------------------------------
 // Constants

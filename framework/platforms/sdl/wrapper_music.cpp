@@ -12,11 +12,12 @@
 
 #include "SDL.h"
 #include "SDL_mixer.h"
-#include "lum.h"
+#include "log.h"
+#include "lum_settings.h"
 #include "synth.h"
 #include "synth_effects.h"
 #include "wav-play.h"
-#include "wrapper.h"
+#include "wrapper_system.h"
 
 //----------------------------------------------------------------------------------
 // [SECTION] Module state

@@ -3,8 +3,8 @@
 // framework's own sound to every block (the optional glitch hook, the sample voices, the effect
 // slots and the synthesiser) and plays background music through SDL_mixer's music channel.
 // The unit tests replace it with the platform's test double.
-// Depends on: lum (log lines, the audio switches), synth and synth_effects (rendered and advanced
-// in the callback), wav-play (mixed in the callback), wrapper (the audio lock).
+// Depends on: log (log lines), lum_settings (the audio switches), synth and synth_effects (rendered
+// and advanced in the callback), wav-play (mixed in the callback), wrapper_system (the audio lock).
 #pragma once
 
 //----------------------------------------------------------------------------------
