@@ -1,4 +1,4 @@
-// game: the user's whole state, and the game screen (see game.h).
+// game: the user's whole state and its settings file, and the game screen (see game.h).
 //
 // Index of this file:
 // [SECTION] Constants
@@ -13,14 +13,16 @@
 #include <cmath>
 #include <cstdio>
 #include <cstring>
+#include <string>
 
 #include "buttons.h"
 #include "draw.h"
+#include "file.h"
 #include "glyphs.h"
 #include "life.h"
 #include "lum.h"
-#include "main.h"
 #include "rnd.h"
+#include "shell.h"
 #include "sounds.h"
 #include "sprite.h"
 #include "turtle.h"
@@ -29,6 +31,8 @@
 // [SECTION] Constants
 //----------------------------------------------------------------------------------
 constexpr int GAME_DEFAULT_FREQ = 60;
+constexpr const char *SETTINGS_FILE = "settings.cfg";          // in the per-user save directory
+constexpr const char *SETTINGS_NEW_FILE = "settings.cfg.new";  // a save in progress, beside it
 constexpr int GAME_RULE_COUNTS = 9;   // neighbour counts 0..8
 
 // The rule string's border letter for each of the screen's border values.
@@ -343,6 +347,45 @@ void game_clamp_config()
     game.icon_cell = std::clamp(game.icon_cell, 0, GAME_ICON_MAX);
     game.icon_grid = std::clamp(game.icon_grid, 0, GAME_ICON_MAX);
     game.icon_glow = game.icon_glow ? 1 : 0;
+}
+
+// Read the settings file over the defaults. A missing file leaves the defaults; a short file
+// keeps the defaults for its missing tail; values out of the screen's ranges are brought into
+// range.
+void load_settings()
+{
+    LUM_TRACE();
+    FILE *in = file_open_save_read(SETTINGS_FILE);
+    if (!in)
+        return;
+    size_t count = file_read(in, &game, sizeof(game));
+    file_close(in);
+    game_clamp_config();
+    game_thaw_cells();
+    lum_logf("read %d bytes\n", static_cast<int>(count));
+    dump("settings", &game, static_cast<int>(sizeof(game)));
+}
+
+// Save the record: written whole to a new file beside the old one, flushed to the disk, then
+// renamed over it. A crash, a kill or a full disk during the save leaves the previous file as
+// it was; a failure to open is silent.
+void save_settings()
+{
+    LUM_TRACE();
+    game_freeze_cells();
+    FILE *out = file_open_save_write(SETTINGS_NEW_FILE);
+    if (!out)
+        return;
+    size_t written = file_write(out, &game, sizeof(game));
+    int synced = file_sync(out);
+    file_close(out);
+    std::string new_path = file_save_path(SETTINGS_NEW_FILE);
+    if (written == sizeof(game) && synced == 0)
+        file_rename(new_path.c_str(), file_save_path(SETTINGS_FILE));
+    else
+        file_delete(new_path.c_str());
+    lum_logf("wrote %d bytes\n", static_cast<int>(written));
+    dump("settings", &game, static_cast<int>(sizeof(game)));
 }
 
 //----------------------------------------------------------------------------------

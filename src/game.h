@@ -6,8 +6,9 @@
 // The module is also the game screen, `game_state`: the grid in the middle, the rule toggles,
 // run/step controls, speed, border, random fill and clear, and a second panel of display
 // settings, built with the button toolkit and drawn through the turtle into sprite batches.
-// Depends on: life (the engine), lum (log lines), buttons, main (the shell), sounds, state,
-// sprite, glyphs, turtle, draw, rnd.
+// Depends on: life (the engine), lum (log lines), file (the settings file), buttons, shell (the
+// layout values and look the shell offers the screens), sounds, state, sprite, glyphs, turtle,
+// draw, rnd.
 #pragma once
 
 #include <array>
@@ -95,6 +96,10 @@ void game_freeze_cells();    // engine grid and counter -> record
 void game_thaw_cells();      // record -> engine grid (bytes as stored) and counter
 void game_update_config();   // when config_changed: build the rule string, log it, hand it to the engine
 void game_clamp_config();    // bring every screen value into its range (for a record read from a file)
+
+// The settings file "settings.cfg" in the per-user save directory: the record's raw bytes
+void load_settings();        // read it over the defaults (a start-up step of the shell)
+void save_settings();        // write it crash-safely (the shell's exit and save hooks)
 
 // The game screen
 void layout_buttons();       // lay out the buttons of the current panel and orientation

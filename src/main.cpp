@@ -41,8 +41,6 @@
 constexpr unsigned APP_SOUND_RATE = 22050;                   // the audio stream's rate in Hz
 constexpr int APP_EFFECT_SLOTS = 8;                          // sounds at once ...
 constexpr int APP_EFFECT_STAGES = 8;                         // ... of up to 8 synthesiser stages each
-constexpr const char *SETTINGS_FILE = "settings.cfg";       // in the per-user save directory
-constexpr const char *SETTINGS_NEW_FILE = "settings.cfg.new";  // a save in progress, beside it
 constexpr int DUMP_ROW = 16;                                // bytes per hex dump row
 constexpr const char *APP_TITLE = "Lum Life";               // the window's caption
 constexpr const char *MAIN_TITLE_TEXT = "* LUM LIFE *";
@@ -149,28 +147,6 @@ static void load_graphics()
     atlas_upload(atlas, 0, APP_UPLOAD_FORMAT);
 }
 
-// Save the record: written whole to a new file beside the old one, flushed to the disk, then
-// renamed over it. A crash, a kill or a full disk during the save leaves the previous file as
-// it was; a failure to open is silent.
-static void save_settings()
-{
-    LUM_TRACE();
-    game_freeze_cells();
-    FILE *out = file_open_save_write(SETTINGS_NEW_FILE);
-    if (!out)
-        return;
-    size_t written = file_write(out, &game, sizeof(game));
-    int synced = file_sync(out);
-    file_close(out);
-    std::string new_path = file_save_path(SETTINGS_NEW_FILE);
-    if (written == sizeof(game) && synced == 0)
-        file_rename(new_path.c_str(), file_save_path(SETTINGS_FILE));
-    else
-        file_delete(new_path.c_str());
-    lum_logf("wrote %d bytes\n", static_cast<int>(written));
-    dump("settings", &game, static_cast<int>(sizeof(game)));
-}
-
 //----------------------------------------------------------------------------------
 // [SECTION] Public functions
 //----------------------------------------------------------------------------------
@@ -212,23 +188,6 @@ int app_load_url(const char *)
 // Nothing to report on the desktop
 void app_state_info(const char *)
 {
-}
-
-// Read the settings file over the defaults. A missing file leaves the defaults; a short file
-// keeps the defaults for its missing tail; values out of the screen's ranges are brought into
-// range.
-void load_settings()
-{
-    LUM_TRACE();
-    FILE *in = file_open_save_read(SETTINGS_FILE);
-    if (!in)
-        return;
-    size_t count = file_read(in, &game, sizeof(game));
-    file_close(in);
-    game_clamp_config();
-    game_thaw_cells();
-    lum_logf("read %d bytes\n", static_cast<int>(count));
-    dump("settings", &game, static_cast<int>(sizeof(game)));
 }
 
 // Hex dump to standard output without the log prefix: offset, 16 bytes, their printable text

@@ -1,54 +1,24 @@
 // main: the application shell, the application's side of the framework contract.
-// Start-up and shut-down hooks, the title screen, the screen layout and the global scale every
-// screen uses, the per-tick dispatch of pointers to the buttons, the debug keys, text with a drop
-// shadow, the look of buttons, the settings file's load and save, and text utilities.
-// Depends on: lum, state, input, file, atlas, sprite, glyphs, turtle, rnd, buttons, game, sounds.
+// Start-up and shut-down hooks and the title screen. What the shell offers the screens (layout,
+// shared art, text, the look of buttons) is declared in shell.h and implemented here too.
+// Depends on: shell (its interface to the screens), lum, state, input, file, atlas, sprite,
+// glyphs, turtle, rnd, buttons, game (the record, its settings file, the game screen), sounds.
 #pragma once
 
-#include "atlas.h"
-#include "lum.h"
+#include "shell.h"
 #include "state.h"
 
-struct BTN;
 struct SYNTH_EFFECT_STATE;
 
 //----------------------------------------------------------------------------------
 // Constants
 //----------------------------------------------------------------------------------
 constexpr int MAIN_TITLE_TICKS = 30;   // the title screen's countdown
-constexpr int MAIN_LAYOUT_STEP = 480;  // the layout scale grows by 1 every 480 pixels of the longer side
-
-// Interface sprites, numbered from `sprites`
-constexpr int MAIN_SPRITE_BACKING = 32;  // a button's plain backing
-constexpr int MAIN_SPRITE_SOLID = 33;    // a solid square (the grid's backdrop)
-constexpr int MAIN_SPRITE_TILE = 34;     // a display tile's backing
-constexpr int MAIN_SPRITE_FRAME = 35;    // frame corner; + 1 horizontal edge, + 2 vertical edge
 
 //----------------------------------------------------------------------------------
-// Types
+// Module state
 //----------------------------------------------------------------------------------
-// A camera record kept for screens that want one; nothing in this toy moves it.
-struct CAMERA {
-    XY pos, off, shift;
-    float angle, rumble, rumble_decay;
-};
-
-//----------------------------------------------------------------------------------
-// Module state: shared with every screen
-//----------------------------------------------------------------------------------
-extern SPRITEFONT font8x8;     // the one bitmap font, first character 32
-extern SPRITE *glyphs;         // the font's first glyph
-extern SPRITE *sprites;        // the interface sprites: backings and frame pieces (glyphs + 96)
-extern SPRITE *icons;          // the first icon: the maker's logo, then the four game icons
-extern int icons_spriteid;     // the sprite number of `icons`
-extern int global_scale_base;  // multiplier of the layout scale
-extern float global_scale;     // pixels per layout unit, a whole number of at least 1
-extern int landscape;          // 1 when the display is wider than high
-extern int play_w, play_h;     // the display size in layout units
-extern int debug_atlas;        // non-zero: atlas debug_atlas - 1 is drawn over the screen
-extern RGBA shadow;            // colour of the text shadow
 extern int counter;            // the title screen's countdown
-extern CAMERA camera;
 extern STATE main_state;       // the title screen
 
 //----------------------------------------------------------------------------------
@@ -59,29 +29,4 @@ void app_state_exit();  // application shut-down, after the framework has shut d
 void app_state_save();  // the framework asks the application to save: the same as app_state_exit
 int app_load_url(const char *url);     // nothing to load on the desktop: 0
 void app_state_info(const char *info); // no effect
-void load_settings();   // read "settings.cfg" over the record's defaults (a start-up step)
-
-// Layout and input, once per tick from every screen's update
-int main_update();                                // debug keys and layout; 1 when a new layout was computed
-int main_update_with_buttons(int num_touches);    // window-size and rate keys, pointers to buttons, main_update
-void main_sprite_batches_draw();                  // draw atlas 0's batches: the end of every render
-void main_debug_atlas_render();                   // the atlas overlay, when debug_atlas is set
-
-// Text with a drop shadow, at the turtle
-void plot_text_set_shadow(float r, float g, float b, float a);
-void plot_text_ex(const char *text, int textmode, int useshadow, const SPRITEFONT *font);
-void plot_text(const char *text, int textmode);          // with shadow, in font8x8
-void plot_text_noshadow(const char *text, int textmode); // without shadow, in font8x8
-
-// The shell's button look
-void main_buttons_start();                               // a new set of buttons with the shell's defaults
-int main_btn_default(BTN *b, int action);                // the action of buttons without their own
 SYNTH_EFFECT_STATE *main_title_pip(int counter);  // the title's pip at an odd count of its countdown
-void main_click_sound(int press);                 // a button's click: low on a press, high on a release
-void main_btn_frame_draw_ex(BTN *b, int backingid, int edgesid);  // backing, edges and corners
-
-// Text utilities; results live in private buffers overwritten by the next call
-void dump(const char *desc, const void *addr, int len);  // hex dump on standard output
-char *uppercase(const char *ptr);                        // at most 79 characters are copied
-char *timestat(int timeval);                             // ticks of 1/60 s as m:ss.hh, h:mm:ss.hh, ...
-char *wrap_text(const char **in, unsigned maxw);         // the next line of at most maxw characters
