@@ -2,9 +2,11 @@
 //
 // Index of this file:
 // [SECTION] Constants
+// [SECTION] Types
 // [SECTION] Module state
 // [SECTION] Private helpers
 // [SECTION] Public functions
+// [SECTION] Panel tables
 // [SECTION] The game screen
 // [SECTION] Button handlers
 #include "game.h"
@@ -76,6 +78,33 @@ constexpr int GAME_PAINT_LIVE_RING = 3;          // painting live cells rings th
 
 // Texts of the border button, by the screen's border value
 constexpr std::array<const char *, 3> GAME_BORDER_TEXT = {"Wrap", "Dead", "Live"};
+
+//----------------------------------------------------------------------------------
+// [SECTION] Types
+//----------------------------------------------------------------------------------
+// Where a panel row's button goes, besides its place in the grid layout
+enum GAME_PLACE : uint8_t {
+    GAME_PLACE_GRID,          // at (column, row)
+    GAME_PLACE_LABEL_TILE,    // at (column, row), a display tile with the shell's default behaviour
+    GAME_PLACE_RULE_DIGITS,   // nine toggles of neighbour counts 0..8 from `column` on, ids 0..8
+    GAME_PLACE_MARGIN_LEFT,   // then moved into the left margin beside the grid, as wide as it
+    GAME_PLACE_MARGIN_RIGHT,  // the same on the right
+};
+
+// One row of a panel table: a button, the grid layout it is placed in and what it edits
+struct GAME_CONTROL {
+    int across, down;                    // the grid layout (columns x rows) of button_set_layout
+    float column, row;                   // its position in that layout
+    const char *label = nullptr;         // null: none (a value tile draws its value instead)
+    BTN_HANDLER handler = nullptr;       // null: the shell's default
+    void *data = nullptr;                // the value it shows or edits
+    int id = 0;                          // the handler's index into data, or the first icon
+    int step = 0, min = 0, max = 0;      // btn_add's step and range
+    const char *suffix = nullptr;        // btn_value_text's unit
+    STATE *target = nullptr;             // the screen a click switches to; null: none
+    GAME_PLACE place = GAME_PLACE_GRID;
+    bool log_height = false;             // log "BUTTON HEIGHT" once the button exists
+};
 
 //----------------------------------------------------------------------------------
 // [SECTION] Module state
@@ -231,32 +260,18 @@ void game_toggle_pip()
 // A button with its value and parameters. button_ex sent BTN_INIT before any of these existed,
 // so the button is initialised again once they are set: the highlight of a toggle and the look
 // of a tile are taken at BTN_INIT. Null when the table is full.
-static BTN *control(float column, float row, int id, const char *name, BTN_HANDLER handler, void *data,
-                    int step, int min, int max, const char *suffix)
+static BTN *control(const GAME_CONTROL &c, float column, int id)
 {
-    BTN *b = button_ex(column, row, id, name, handler);
+    BTN *b = button_ex(column, c.row, id, c.label, c.handler);
     if (!b)
         return nullptr;
-    b->data = data;
-    b->info = step;
-    b->hintword[0] = static_cast<int16_t>(min);
-    b->hintword[1] = static_cast<int16_t>(max);
-    b->tooltip = suffix;
+    b->data = c.data;
+    b->info = c.step;
+    b->hintword[0] = static_cast<int16_t>(c.min);
+    b->hintword[1] = static_cast<int16_t>(c.max);
+    b->tooltip = c.suffix;
+    b->state = c.target;
     button_init(b);
-    return b;
-}
-
-static BTN *control(float column, float row, int id, const char *name, BTN_HANDLER handler, void *data)
-{
-    return control(column, row, id, name, handler, data, 0, 0, 0, nullptr);
-}
-
-// A label tile: the shell's default behaviour with the look of a display tile
-static BTN *label_tile(float column, float row, const char *name)
-{
-    BTN *b = button_ex(column, row, 0, name, nullptr);
-    if (b)
-        make_tile(b);
     return b;
 }
 
@@ -269,11 +284,34 @@ static void place_in_margin(BTN *b, float x, float margin)
     button_set_w(b, margin);
 }
 
-// A row of rule digits: the toggles of neighbour counts 0..8 in columns 1..9
-static void rule_digits(int row, std::array<uint8_t, GAME_RULE_BYTES> &params)
+// Create a panel's buttons row by row, in the table's order. `margin` is the free width beside
+// the grid in pixels; a button placed in a margin is as wide as it and centred in it,
+// GAME_CORNER_INSET layout units in from the screen's edge.
+template <size_t N>
+static void lay_out(const std::array<GAME_CONTROL, N> &panel, float margin)
 {
-    for (int n = 0; n < GAME_RULE_COUNTS; n++)
-        control(static_cast<float>(1 + n), static_cast<float>(row), n, "X", btn_param, params.data());
+    const float margin_left_x = margin / 2 + GAME_CORNER_INSET * global_scale;
+    const float margin_right_x = static_cast<float>(lum_w()) - margin_left_x;
+    for (const GAME_CONTROL &c : panel) {
+        button_set_layout(c.across, c.down);
+        if (c.place == GAME_PLACE_RULE_DIGITS) {
+            for (int n = 0; n < GAME_RULE_COUNTS; n++)
+                control(c, c.column + static_cast<float>(n), n);
+            continue;
+        }
+        BTN *b = c.place == GAME_PLACE_LABEL_TILE ? button_ex(c.column, c.row, 0, c.label, nullptr)
+                                                  : control(c, c.column, c.id);
+        if (!b)
+            continue;
+        if (c.place == GAME_PLACE_LABEL_TILE)
+            make_tile(b);
+        if (c.log_height)
+            lum_logf("BUTTON HEIGHT %f\n", static_cast<double>(b->h));
+        if (c.place == GAME_PLACE_MARGIN_LEFT)
+            place_in_margin(b, margin_left_x, margin);
+        if (c.place == GAME_PLACE_MARGIN_RIGHT)
+            place_in_margin(b, margin_right_x, margin);
+    }
 }
 
 //----------------------------------------------------------------------------------
@@ -389,6 +427,75 @@ void save_settings()
 }
 
 //----------------------------------------------------------------------------------
+// [SECTION] Panel tables
+//----------------------------------------------------------------------------------
+// Each panel is created row by row in its table's order. Note the deliberate differences between
+// the orientations: "RND" against "RAND", "+" above "-" in landscape against "-" left of "+" in
+// portrait, and the "Hz" suffix only in landscape.
+
+// The two top corners. Not yet connected: the about screen is the "?" button's target; until it
+// exists a click only sounds. ".." re-enters this screen, which lays it out again.
+static const std::array<GAME_CONTROL, 2> GAME_CORNERS = {{
+    {.across = 12, .down = 5, .column = 0, .row = 0, .label = "?", .place = GAME_PLACE_MARGIN_LEFT},
+    {.across = 12, .down = 5, .column = 11, .row = 0, .label = "..", .handler = btn_toggle, .data = &layout_mode,
+     .target = &game_state, .place = GAME_PLACE_MARGIN_RIGHT},
+}};
+
+// The display panel
+static const std::array<GAME_CONTROL, 14> GAME_DISPLAY_PANEL = {{
+    {.across = 4, .down = 2, .column = 0, .row = 0, .label = "Step Display", .handler = btn_toggle, .data = &game.show_steps},
+    {.across = 4, .down = 2, .column = 0, .row = 1, .label = "Glow", .handler = btn_toggle, .data = &game.icon_glow},
+    {.across = 8, .down = 2, .column = 2, .row = 0, .label = "-", .handler = btn_add, .data = &game.fg, .step = -1, .max = GAME_FG_MAX},
+    {.across = 8, .down = 2, .column = 3, .row = 0, .label = "FG", .handler = btn_colour, .data = &game.fg},
+    {.across = 8, .down = 2, .column = 4, .row = 0, .label = "+", .handler = btn_add, .data = &game.fg, .step = 1, .max = GAME_FG_MAX},
+    {.across = 8, .down = 2, .column = 2, .row = 1, .label = "-", .handler = btn_add, .data = &game.bg, .step = -1, .max = GAME_BG_MAX},
+    {.across = 8, .down = 2, .column = 3, .row = 1, .label = "BG", .handler = btn_colour, .data = &game.bg},
+    {.across = 8, .down = 2, .column = 4, .row = 1, .label = "+", .handler = btn_add, .data = &game.bg, .step = 1, .max = GAME_BG_MAX},
+    {.across = 8, .down = 2, .column = 5, .row = 0, .label = "-", .handler = btn_add, .data = &game.icon_cell, .step = -1, .max = GAME_ICON_MAX},
+    {.across = 8, .down = 2, .column = 6, .row = 0, .label = "CELL", .handler = btn_life_icon, .data = &game.icon_cell, .id = GAME_ICON_LIVE},
+    {.across = 8, .down = 2, .column = 7, .row = 0, .label = "+", .handler = btn_add, .data = &game.icon_cell, .step = 1, .max = GAME_ICON_MAX},
+    {.across = 8, .down = 2, .column = 5, .row = 1, .label = "-", .handler = btn_add, .data = &game.icon_grid, .step = -1, .max = GAME_ICON_MAX},
+    {.across = 8, .down = 2, .column = 6, .row = 1, .label = "GRID", .handler = btn_life_icon, .data = &game.icon_grid, .id = GAME_ICON_GRID},
+    {.across = 8, .down = 2, .column = 7, .row = 1, .label = "+", .handler = btn_add, .data = &game.icon_grid, .step = 1, .max = GAME_ICON_MAX},
+}};
+
+// The main panel, portrait
+static const std::array<GAME_CONTROL, 12> GAME_MAIN_PORTRAIT = {{
+    {.across = 12, .down = 3, .column = 0, .row = 0, .label = "B", .place = GAME_PLACE_LABEL_TILE},
+    {.across = 12, .down = 3, .column = 1, .row = 0, .label = "X", .handler = btn_param, .data = game.bparams.data(), .place = GAME_PLACE_RULE_DIGITS},
+    {.across = 12, .down = 3, .column = 0, .row = 1, .label = "S", .place = GAME_PLACE_LABEL_TILE},
+    {.across = 12, .down = 3, .column = 1, .row = 1, .label = "X", .handler = btn_param, .data = game.sparams.data(), .place = GAME_PLACE_RULE_DIGITS},
+    {.across = 4, .down = 3, .column = 1, .row = 2, .label = "", .handler = btn_border_mode, .data = &game.border_mode},
+    {.across = 12, .down = 3, .column = 0, .row = 2, .label = "-", .handler = btn_add, .data = &game.freq, .step = -1, .min = GAME_FREQ_MIN, .max = GAME_FREQ_MAX},
+    {.across = 12, .down = 3, .column = 1, .row = 2, .handler = btn_value_text, .data = &game.freq, .suffix = ""},
+    {.across = 12, .down = 3, .column = 2, .row = 2, .label = "+", .handler = btn_add, .data = &game.freq, .step = 1, .min = GAME_FREQ_MIN, .max = GAME_FREQ_MAX},
+    {.across = 6, .down = 3, .column = 3, .row = 2, .label = "RND", .handler = btn_reset},
+    {.across = 6, .down = 3, .column = 4, .row = 2, .label = "CLR", .handler = btn_clear},
+    {.across = 6, .down = 2, .column = 5, .row = 0, .label = "RUN", .handler = btn_toggle, .data = &game.running},
+    {.across = 6, .down = 2, .column = 5, .row = 1, .label = "STEP", .handler = btn_toggle, .data = &take_step},
+}};
+
+// The main panel, landscape: below the grid ...
+static const std::array<GAME_CONTROL, 6> GAME_MAIN_LANDSCAPE = {{
+    {.across = 12, .down = 2, .column = 0, .row = 0, .label = "B", .place = GAME_PLACE_LABEL_TILE, .log_height = true},
+    {.across = 12, .down = 2, .column = 1, .row = 0, .label = "X", .handler = btn_param, .data = game.bparams.data(), .place = GAME_PLACE_RULE_DIGITS},
+    {.across = 12, .down = 2, .column = 0, .row = 1, .label = "S", .place = GAME_PLACE_LABEL_TILE},
+    {.across = 12, .down = 2, .column = 1, .row = 1, .label = "X", .handler = btn_param, .data = game.sparams.data(), .place = GAME_PLACE_RULE_DIGITS},
+    {.across = 6, .down = 2, .column = 5, .row = 0, .label = "RUN", .handler = btn_toggle, .data = &game.running},
+    {.across = 6, .down = 2, .column = 5, .row = 1, .label = "STEP", .handler = btn_toggle, .data = &take_step},
+}};
+
+// ... and beside it, in a box of the grid's height
+static const std::array<GAME_CONTROL, 6> GAME_SIDES_LANDSCAPE = {{
+    {.across = 12, .down = 5, .column = 0, .row = 1.5f, .label = "+", .handler = btn_add, .data = &game.freq, .step = 1, .min = GAME_FREQ_MIN, .max = GAME_FREQ_MAX, .place = GAME_PLACE_MARGIN_LEFT},
+    {.across = 12, .down = 5, .column = 0, .row = 2.5f, .handler = btn_value_text, .data = &game.freq, .suffix = "Hz", .place = GAME_PLACE_MARGIN_LEFT},
+    {.across = 12, .down = 5, .column = 0, .row = 3.5f, .label = "-", .handler = btn_add, .data = &game.freq, .step = -1, .min = GAME_FREQ_MIN, .max = GAME_FREQ_MAX, .place = GAME_PLACE_MARGIN_LEFT},
+    {.across = 12, .down = 5, .column = 11, .row = 1.5f, .label = "", .handler = btn_border_mode, .data = &game.border_mode, .place = GAME_PLACE_MARGIN_RIGHT},
+    {.across = 12, .down = 5, .column = 11, .row = 2.5f, .label = "RAND", .handler = btn_reset, .place = GAME_PLACE_MARGIN_RIGHT},
+    {.across = 12, .down = 5, .column = 11, .row = 3.5f, .label = "CLR", .handler = btn_clear, .place = GAME_PLACE_MARGIN_RIGHT},
+}};
+
+//----------------------------------------------------------------------------------
 // [SECTION] The game screen
 //----------------------------------------------------------------------------------
 // Lay out the buttons of the current panel for the current orientation. The grid's button
@@ -402,7 +509,6 @@ void layout_buttons()
     const bool land = landscape != 0;
     const int rows = land ? LIFE_H : LIFE_W;
     const int cols = land ? LIFE_W : LIFE_H;
-    const float screen_w = static_cast<float>(lum_w());
 
     // The grid
     main_buttons_start();
@@ -421,101 +527,37 @@ void layout_buttons()
         button_set_h_ex(editor_btn, editor_btn->h, 0.0f);
     }
 
-    // The two top corners. `margin` is the free width beside the grid in pixels; a button in it
-    // is as wide as the margin and centred in it, GAME_CORNER_INSET layout units in from the
-    // screen's edge (so that its centre lies half a margin further in).
+    // The two top corners, in the free margins beside the grid
     const float side_right = (pw - s / 2) / pw;
     button_box_top(1 - (ph - s / 2) / ph);
     button_box_bottom(s * (land ? GAME_TOP_ROWS_LANDSCAPE : GAME_TOP_ROWS_PORTRAIT) / ph);
     button_box_right(side_right);
     button_box_left(1 - side_right);
-    button_set_layout(12, 5);
     const int margin_cells = land ? GAME_MARGIN_CELLS_LANDSCAPE : GAME_MARGIN_CELLS_PORTRAIT;
     const float margin = (pw - margin_cells * s) * global_scale * 0.5f;
-    const float margin_left_x = margin / 2 + GAME_CORNER_INSET * global_scale;
-    const float margin_right_x = screen_w - margin_left_x;
-    // Not yet connected: the about screen is this button's target state; until it exists a
-    // click only sounds.
-    place_in_margin(button_ex(0, 0, 0, "?", nullptr), margin_left_x, margin);
-    BTN *more = control(11, 0, 0, "..", btn_toggle, &layout_mode);
-    if (more)
-        more->state = &game_state;
-    place_in_margin(more, margin_right_x, margin);
+    lay_out(GAME_CORNERS, margin);
 
     // The rest, below the grid
     button_box_top(button_box()->bottom);
     button_box_bottom((ph - s / 2) / ph);
     button_box_right(side_right);
     button_box_left(1 - side_right);
-
     if (layout_mode) {
-        button_set_layout(4, 2);
-        control(0, 0, 0, "Step Display", btn_toggle, &game.show_steps);
-        control(0, 1, 0, "Glow", btn_toggle, &game.icon_glow);
-        button_set_layout(8, 2);
-        control(2, 0, 0, "-", btn_add, &game.fg, -1, 0, GAME_FG_MAX, nullptr);
-        control(3, 0, 0, "FG", btn_colour, &game.fg);
-        control(4, 0, 0, "+", btn_add, &game.fg, 1, 0, GAME_FG_MAX, nullptr);
-        control(2, 1, 0, "-", btn_add, &game.bg, -1, 0, GAME_BG_MAX, nullptr);
-        control(3, 1, 0, "BG", btn_colour, &game.bg);
-        control(4, 1, 0, "+", btn_add, &game.bg, 1, 0, GAME_BG_MAX, nullptr);
-        control(5, 0, 0, "-", btn_add, &game.icon_cell, -1, 0, GAME_ICON_MAX, nullptr);
-        control(6, 0, GAME_ICON_LIVE, "CELL", btn_life_icon, &game.icon_cell);
-        control(7, 0, 0, "+", btn_add, &game.icon_cell, 1, 0, GAME_ICON_MAX, nullptr);
-        control(5, 1, 0, "-", btn_add, &game.icon_grid, -1, 0, GAME_ICON_MAX, nullptr);
-        control(6, 1, GAME_ICON_GRID, "GRID", btn_life_icon, &game.icon_grid);
-        control(7, 1, 0, "+", btn_add, &game.icon_grid, 1, 0, GAME_ICON_MAX, nullptr);
+        lay_out(GAME_DISPLAY_PANEL, margin);
         return;
     }
-
     if (!land) {
-        button_set_layout(12, 3);
-        label_tile(0, 0, "B");
-        rule_digits(0, game.bparams);
-        label_tile(0, 1, "S");
-        rule_digits(1, game.sparams);
-        button_set_layout(4, 3);
-        control(1, 2, 0, "", btn_border_mode, &game.border_mode);
-        button_set_layout(12, 3);
-        control(0, 2, 0, "-", btn_add, &game.freq, -1, GAME_FREQ_MIN, GAME_FREQ_MAX, nullptr);
-        control(1, 2, 0, nullptr, btn_value_text, &game.freq, 0, 0, 0, "");
-        control(2, 2, 0, "+", btn_add, &game.freq, 1, GAME_FREQ_MIN, GAME_FREQ_MAX, nullptr);
-        button_set_layout(6, 3);
-        control(3, 2, 0, "RND", btn_reset, nullptr);
-        control(4, 2, 0, "CLR", btn_clear, nullptr);
-        button_set_layout(6, 2);
-        control(5, 0, 0, "RUN", btn_toggle, &game.running);
-        control(5, 1, 0, "STEP", btn_toggle, &take_step);
+        lay_out(GAME_MAIN_PORTRAIT, margin);
         return;
     }
-
-    button_set_layout(12, 2);
-    BTN *birth = label_tile(0, 0, "B");
-    if (birth)
-        lum_logf("BUTTON HEIGHT %f\n", static_cast<double>(birth->h));
-    rule_digits(0, game.bparams);
-    label_tile(0, 1, "S");
-    rule_digits(1, game.sparams);
-    button_set_layout(6, 2);
-    control(5, 0, 0, "RUN", btn_toggle, &game.running);
-    control(5, 1, 0, "STEP", btn_toggle, &take_step);
+    lay_out(GAME_MAIN_LANDSCAPE, margin);
 
     // Beside the grid: speed on the left, border and resets on the right
     button_box_top(grid_top);
     button_box_bottom(grid_bottom);
     button_box_right(side_right);
     button_box_left(1 - side_right);
-    button_set_layout(12, 5);
-    BTN *faster = control(0, 1.5f, 0, "+", btn_add, &game.freq, 1, GAME_FREQ_MIN, GAME_FREQ_MAX, nullptr);
-    BTN *speed = control(0, 2.5f, 0, nullptr, btn_value_text, &game.freq, 0, 0, 0, "Hz");
-    BTN *slower = control(0, 3.5f, 0, "-", btn_add, &game.freq, -1, GAME_FREQ_MIN, GAME_FREQ_MAX, nullptr);
-    for (BTN *b : {faster, speed, slower})
-        place_in_margin(b, margin_left_x, margin);
-    BTN *border = control(11, 1.5f, 0, "", btn_border_mode, &game.border_mode);
-    BTN *fill = control(11, 2.5f, 0, "RAND", btn_reset, nullptr);
-    BTN *clear = control(11, 3.5f, 0, "CLR", btn_clear, nullptr);
-    for (BTN *b : {border, fill, clear})
-        place_in_margin(b, margin_right_x, margin);
+    lay_out(GAME_SIDES_LANDSCAPE, margin);
 }
 
 // Once per logic tick: input, configuration, fill or clear, and the generations due
