@@ -9,7 +9,9 @@
 #include <chrono>
 #include <cstdio>
 #include <cstring>
+#include <functional>
 #include <future>
+#include <regex>
 #include <string>
 #include <utility>
 #include <vector>
@@ -18,6 +20,7 @@
 #include "capture.h"
 #include "input.h"
 #include "lum.h"
+#include "plat_msg.h"
 #include "test_display.h"
 #include "wrapper.h"
 #include "xcapture.h"
@@ -662,4 +665,76 @@ TEST_F(Wrapper, NativeCallWithArgumentsLongerThanItsBufferStaysInside)
     const std::string long_name(2000, 'n');
     EXPECT_EQ(wrapper_call_ex(long_name.c_str(), 3, argv, count_native_callback), 0);
     EXPECT_EQ(native_callbacks, 0);
+}
+
+//----------------------------------------------------------------------------------
+// The desktop's replier to platform messages
+//----------------------------------------------------------------------------------
+static int poster_answers = 0;  // answers that reached the poster's handler
+
+static int count_poster_answer(PLAT_MSG *)
+{
+    poster_answers++;
+    return 0;
+}
+
+// Send a request of `type`, filled by `fill`, to whatever replier the start-up installed: the
+// send's result, and its log messages in `log`
+static int send_request(uint32_t type, const std::function<void(PLAT_MSG *)> &fill, std::vector<std::string> &log)
+{
+    PLAT_MSG *msg = nullptr;
+    capture_stdout([&] {
+        plat_msg_set_poster(count_poster_answer);
+        msg = plat_msg_alloc_poster();
+    });
+    if (!msg) {
+        ADD_FAILURE() << "no poster message";
+        return 0;
+    }
+    msg->typeid_ = type;
+    fill(msg);
+    int result = 0;
+    log = log_messages(capture_stdout([&] { result = plat_msg_poster_send(msg); }));
+    return result;
+}
+
+TEST_F(Wrapper, StartInstallsAReplierThatLogsAScoreAndRefusesIt)
+{
+    std::vector<std::string> log;
+    int result = send_request(PLAT_MSG_TYPE_SCORE, [](PLAT_MSG *msg) {
+        std::snprintf(msg->info.score.category.data(), msg->info.score.category.size(), "%s", "weekly");
+        msg->info.score.value = 123456789012;
+    }, log);
+    EXPECT_EQ(result, PLAT_MSG_CODE_ABORT);
+    ASSERT_EQ(log.size(), 5u);
+    EXPECT_TRUE(std::regex_match(log[0], std::regex("line [0-9]+: plat_msg_poster_send"))) << log[0];
+    EXPECT_EQ(log[1], "Received score:");
+    EXPECT_EQ(log[2], "'weekly' 123456789012");
+    EXPECT_EQ(log[3], "ABORT CODE -1000");
+    EXPECT_EQ(poster_answers, 0) << "the refusal is the send's result, not a later answer";
+}
+
+TEST_F(Wrapper, TheDesktopReplierLogsAStoreRequestsProductAndRefusesIt)
+{
+    std::vector<std::string> log;
+    int result = send_request(PLAT_MSG_TYPE_IAP, [](PLAT_MSG *msg) {
+        msg->user.arg = PLAT_MSG_ARG_IAP_BUY;
+        std::snprintf(msg->info.iap.productid.data(), msg->info.iap.productid.size(), "%s", "donation");
+    }, log);
+    EXPECT_EQ(result, PLAT_MSG_CODE_ABORT);
+    ASSERT_EQ(log.size(), 5u);
+    EXPECT_EQ(log[1], "Received IAP:");
+    EXPECT_EQ(log[2], "'donation'");
+    EXPECT_EQ(log[3], "ABORT CODE -1000");
+}
+
+TEST_F(Wrapper, TheDesktopReplierRefusesOtherRequestsWithoutALineOfItsOwn)
+{
+    for (uint32_t type : {PLAT_MSG_TYPE_STATUS, PLAT_MSG_TYPE_ERROR}) {
+        SCOPED_TRACE(type);
+        std::vector<std::string> log;
+        EXPECT_EQ(send_request(type, [](PLAT_MSG *) {}, log), PLAT_MSG_CODE_ABORT);
+        ASSERT_EQ(log.size(), 3u);
+        EXPECT_EQ(log[1], "ABORT CODE -1000");
+    }
 }

@@ -22,6 +22,7 @@
 #include "draw.h"
 #include "input.h"
 #include "log.h"
+#include "plat_msg.h"
 #include "wrapper_music.h"
 
 //----------------------------------------------------------------------------------
@@ -64,6 +65,20 @@ static bool has_display()
     return !invisible || (asked && *asked);
 }
 
+// The desktop's answer to every request for a platform service: there is no store and no score
+// board, so scores and store requests are logged and refused
+static int replier_for_plat_msg(PLAT_MSG *msg)
+{
+    if (msg->typeid_ == PLAT_MSG_TYPE_SCORE) {
+        lum_log("Received score:");
+        lum_logf("'%s' %lld\n", msg->info.score.category.data(), static_cast<long long>(msg->info.score.value));
+    } else if (msg->typeid_ == PLAT_MSG_TYPE_IAP) {
+        lum_log("Received IAP:");
+        lum_logf("'%s'\n", msg->info.iap.productid.data());
+    }
+    return PLAT_MSG_CODE_ABORT;
+}
+
 // Start the platform. Without a display there is nothing to show and no way to receive input, so
 // the main loop is asked to end at once instead of running unseen.
 int wrapper_init()
@@ -82,8 +97,7 @@ int wrapper_init()
         }
     }
     mouse_state.fill(MOUSE_STATE{});
-    // Not yet connected: the desktop replier for platform messages is installed here once the
-    // message queues exist.
+    plat_msg_set_replier(replier_for_plat_msg);
     return 1;
 }
 

@@ -4,7 +4,7 @@
 // over SDL 1.2 and OpenGL is wrapper.cpp.
 // Depends on: wrapper_system (clock, threads, audio lock: declared with the platform's interface),
 // input (events are queued there), log (log lines), draw (reset on a new mode), wrapper_music
-// (closed at exit).
+// (closed at exit), plat_msg (the desktop's replier to platform messages, installed at start).
 #pragma once
 
 #include <cstdint>
@@ -15,7 +15,7 @@
 // Functions
 //----------------------------------------------------------------------------------
 // Start and stop
-int wrapper_init();    // start SDL, open joystick 0, read the desktop size; returns 1
+int wrapper_init();    // start SDL, open joystick 0, read the desktop size, install the replier; 1
 void wrapper_exit();   // stop SDL
 
 // Video mode
