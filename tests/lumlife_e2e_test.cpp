@@ -9,43 +9,29 @@
 #include <sys/wait.h>
 
 #include <algorithm>
-#include <array>
-#include <cstdint>
-#include <cstdlib>
 #include <chrono>
 #include <cmath>
+#include <cstdint>
 #include <filesystem>
 #include <fstream>
 #include <iterator>
-#include <map>
 #include <regex>
 #include <set>
-#include <sstream>
 #include <string>
 #include <thread>
 #include <vector>
 
+#include "fonttext.h"
 #include "process.h"
+#include "settings_record.h"
+#include "toy.h"
+#include "toy_layout.h"
 #include "xcapture.h"
-#include "xvfb.h"
 
 //----------------------------------------------------------------------------------
 // Constants
 //----------------------------------------------------------------------------------
-constexpr double LOG_SECONDS = 30.0;     // generous: a loaded machine starts slowly
-constexpr double EXIT_SECONDS = 30.0;
-constexpr double WINDOW_SECONDS = 30.0;  // until the toy's window is mapped
-constexpr int WINDOW_POLL_MS = 10;       // how often the display is searched for the window
-constexpr int WINDOW_W = 960;            // the toy's window at start
-constexpr int WINDOW_H = 640;
-// The grid's first cell at 960 x 640: layout scale 2, cells of 8 x 8 layout units, the 48 x 30 grid
-// centred across and starting half a cell below the top
-constexpr int GRID_X0 = 480 - 24 * 16;
-constexpr int GRID_Y0 = 8;
-
-// Every log line starts "[lum <seconds with two decimals>s (<tick>)] "
-static const char LOG_PREFIX[] = R"(^\[lum -?[0-9]+\.[0-9]{2}s \([0-9]+\)\] )";
-// except the lines of the reports printed without it: the Life rule and the settings dump
+// The lines of the reports printed without the log prefix: the Life rule and the settings dump
 static const char UNPREFIXED_REPORT[] = R"(^(RULES: B[0-8]*/S[0-8]*, (wrap|dead|live) border|step [0-9]+( \(random fill %[0-9]+\))?|settings \(4172 bytes\):|  .*)$)";
 
 //----------------------------------------------------------------------------------
@@ -67,93 +53,27 @@ static bool png_size(const std::string &path, int &w, int &h)
     return true;
 }
 
-// The light ink of each glyph of the font's source, by character code: "shade C R G B A" names
-// a pixel character, "glyph N name" is followed by 8 rows of 8 of them
-using GLYPH_INK = std::array<std::array<bool, 8>, 8>;
-using FONT_INK = std::map<int, GLYPH_INK>;
-
-static FONT_INK read_font_ink(const std::string &path)
+// Whether pixel (col, row) of the glyph of character `c` is light ink: opaque and light in
+// every channel
+static bool light_ink(const FONT_TEXT &font, char c, int row, int col)
 {
-    std::ifstream in(path);
-    std::map<char, bool> light;
-    FONT_INK font;
-    std::string line;
-    while (std::getline(in, line)) {
-        std::istringstream words(line);
-        std::string word;
-        words >> word;
-        if (word == "shade") {
-            char c = 0;
-            int r = 0, g = 0, b = 0, a = 0;
-            words >> c >> r >> g >> b >> a;
-            light[c] = a == 255 && std::min({r, g, b}) >= 128;
-        } else if (word == "glyph") {
-            int code = -1;
-            words >> code;
-            GLYPH_INK glyph{};
-            for (int row = 0; row < 8 && std::getline(in, line); row++)
-                for (int col = 0; col < 8 && col < static_cast<int>(line.size()); col++)
-                    glyph[row][col] = light[line[col]];
-            font[code] = glyph;
-        }
-    }
-    return font;
+    constexpr int LIGHT_INK = 128;
+    const auto &p = font.glyphs[static_cast<unsigned char>(c) - FONT_TEXT_FIRST].px[row * FONT_TEXT_SIDE + col];
+    return p[3] == 255 && std::min({p[0], p[1], p[2]}) >= LIGHT_INK;
 }
 
 //----------------------------------------------------------------------------------
 // Fixture: a private X display with the toy running on it
 //----------------------------------------------------------------------------------
-class Lumlife : public ::testing::Test {
+class Lumlife : public ToyTest {
 protected:
-    XVFB xvfb;
-    PROCESS toy;
-    Display *x = nullptr;  // our own connection to the toy's display
+    Lumlife() : ToyTest(LUMLIFE_PATH) {}
 
     void SetUp() override
     {
-        std::string error;
-        ASSERT_TRUE(xvfb_start(xvfb, error)) << error;
-        x = XOpenDisplay(xvfb.display.c_str());
-        ASSERT_NE(x, nullptr) << "cannot open " << xvfb.display;
-        ASSERT_TRUE(process_start(toy, {LUMLIFE_PATH}, xvfb.display, error)) << error;
-    }
-
-    void TearDown() override
-    {
-        process_stop(toy);
-        if (x)
-            XCloseDisplay(x);
-        xvfb_stop(xvfb);
-    }
-
-    // Wait for a log line after line `from` whose message (after the prefix) matches `message`
-    // entirely; its index goes to `at`. A failure lists every line read.
-    ::testing::AssertionResult logged(const std::string &message, int &at, size_t from = 0)
-    {
-        at = process_wait_line(toy, std::regex(LOG_PREFIX + message + "$"), LOG_SECONDS, from);
-        if (at >= 0)
-            return ::testing::AssertionSuccess();
-        return ::testing::AssertionFailure() << "no log line matching '" << message << "' from line " << from
-                                             << " within " << LOG_SECONDS << " s\n"
-                                             << process_transcript(toy);
-    }
-
-    // Wait until the main loop runs: its first pass reports the rate change from 0 to 60
-    ::testing::AssertionResult running()
-    {
-        int at;
-        return logged(literal("changed logic rate 0 -> 60"), at);
-    }
-
-    // The toy's top-level window once it is mapped; None on timeout
-    Window toy_window()
-    {
-        auto deadline = std::chrono::steady_clock::now() + std::chrono::duration<double>(WINDOW_SECONDS);
-        for (;;) {
-            Window w = xcapture_find_toplevel(x);
-            if (w != None || std::chrono::steady_clock::now() >= deadline)
-                return w;
-            std::this_thread::sleep_for(std::chrono::milliseconds(WINDOW_POLL_MS));
+        ToyTest::SetUp();
+        if (!HasFatalFailure()) {
+            ASSERT_TRUE(launch());
         }
     }
 
@@ -161,8 +81,8 @@ protected:
     void expect_clean_exit(int quitting)
     {
         int bye;
-        EXPECT_TRUE(logged(literal("Bye! :)"), bye, quitting + 1));
-        ASSERT_TRUE(process_wait_exit(toy, EXIT_SECONDS)) << "the toy did not end\n" << process_transcript(toy);
+        EXPECT_TRUE(logged_at(literal("Bye! :)"), bye, quitting + 1));
+        ASSERT_TRUE(process_wait_exit(toy, TOY_EXIT_SECONDS)) << "the toy did not end\n" << process_transcript(toy);
         EXPECT_TRUE(WIFEXITED(toy.status) && WEXITSTATUS(toy.status) == 0) << describe_status(toy.status);
     }
 };
@@ -197,9 +117,9 @@ TEST_F(Lumlife, StartUpLogsTheFrameworkLinesInOrder)
     };
     int at = -1;
     for (const std::string &message : expected)
-        ASSERT_TRUE(logged(message, at, static_cast<size_t>(at + 1)));
+        ASSERT_TRUE(logged_at(message, at, static_cast<size_t>(at + 1)));
     // Every line has the prefix but the reports that are printed without it
-    const std::regex prefix(LOG_PREFIX);
+    const std::regex prefix("^" + std::string(TOY_LOG_PREFIX));
     for (int i = 0; i <= at; i++)
         if (!std::regex_search(toy.lines[i], std::regex(UNPREFIXED_REPORT))) {
             EXPECT_TRUE(std::regex_search(toy.lines[i], prefix)) << "line " << i << ": '" << toy.lines[i] << "'";
@@ -215,15 +135,10 @@ TEST_F(Lumlife, StartUpLogsTheFrameworkLinesInOrder)
 TEST_F(Lumlife, EscapeHeldEndsTheToyWithStatusZero)
 {
     ASSERT_TRUE(running());
-    Window w = toy_window();
+    Window w = toplevel();
     ASSERT_NE(w, None);
-    // Keyboard focus follows the pointer on a display without a window manager.
-    ASSERT_EQ(process_xdotool(xvfb.display, {"mousemove", "--window", std::to_string(w), "480", "320"}), 0);
-    ASSERT_EQ(process_xdotool(xvfb.display, {"keydown", "Escape"}), 0);
     int quitting;
-    ::testing::AssertionResult quit = logged(literal("Quitting..."), quitting);
-    EXPECT_EQ(process_xdotool(xvfb.display, {"keyup", "Escape"}), 0);
-    ASSERT_TRUE(quit);
+    ASSERT_TRUE(hold_escape(quitting));
     for (int i = 0; i < quitting; i++)
         EXPECT_EQ(toy.lines[i].find("SDL_QUIT"), std::string::npos) << "Escape is not a window close";
     expect_clean_exit(quitting);
@@ -234,8 +149,8 @@ TEST_F(Lumlife, InterruptSignalLogsSdlQuitAndEndsWithStatusZero)
     ASSERT_TRUE(running());
     ASSERT_TRUE(process_signal(toy, SIGINT));
     int sdl_quit, quitting;
-    ASSERT_TRUE(logged(literal("SDL_QUIT"), sdl_quit));
-    ASSERT_TRUE(logged(literal("Quitting..."), quitting, sdl_quit + 1));
+    ASSERT_TRUE(logged_at(literal("SDL_QUIT"), sdl_quit));
+    ASSERT_TRUE(logged_at(literal("Quitting..."), quitting, sdl_quit + 1));
     expect_clean_exit(quitting);
 }
 
@@ -243,9 +158,8 @@ TEST_F(Lumlife, InterruptSignalLogsSdlQuitAndEndsWithStatusZero)
 TEST_F(Lumlife, WindowCloseRequestLogsSdlQuitAndEndsWithStatusZero)
 {
     ASSERT_TRUE(running());
-    Window w = toy_window();
+    Window w = toplevel();
     ASSERT_NE(w, None);
-    Atom wm_protocols = XInternAtom(x, "WM_PROTOCOLS", False);
     Atom wm_delete = XInternAtom(x, "WM_DELETE_WINDOW", False);
     Atom *protocols = nullptr;
     int count = 0;
@@ -254,19 +168,11 @@ TEST_F(Lumlife, WindowCloseRequestLogsSdlQuitAndEndsWithStatusZero)
     XFree(protocols);
     ASSERT_TRUE(accepts_delete) << "the window does not take part in WM_DELETE_WINDOW";
 
-    XEvent close{};
-    close.xclient.type = ClientMessage;
-    close.xclient.window = w;
-    close.xclient.message_type = wm_protocols;
-    close.xclient.format = 32;
-    close.xclient.data.l[0] = static_cast<long>(wm_delete);
-    close.xclient.data.l[1] = CurrentTime;
-    ASSERT_NE(XSendEvent(x, w, False, NoEventMask, &close), 0);
-    XFlush(x);
+    ASSERT_TRUE(request_close(w));
 
     int sdl_quit, quitting;
-    ASSERT_TRUE(logged(literal("SDL_QUIT"), sdl_quit));
-    ASSERT_TRUE(logged(literal("Quitting..."), quitting, sdl_quit + 1));
+    ASSERT_TRUE(logged_at(literal("SDL_QUIT"), sdl_quit));
+    ASSERT_TRUE(logged_at(literal("Quitting..."), quitting, sdl_quit + 1));
     expect_clean_exit(quitting);
 }
 
@@ -276,19 +182,19 @@ TEST_F(Lumlife, WindowCloseRequestLogsSdlQuitAndEndsWithStatusZero)
 TEST_F(Lumlife, WindowIs960By640)
 {
     ASSERT_TRUE(running());
-    Window w = toy_window();
+    Window w = toplevel();
     ASSERT_NE(w, None);
     XWindowAttributes a;
     ASSERT_NE(XGetWindowAttributes(x, w, &a), 0);
-    EXPECT_EQ(a.width, WINDOW_W);
-    EXPECT_EQ(a.height, WINDOW_H);
+    EXPECT_EQ(a.width, LAYOUT_START_W);
+    EXPECT_EQ(a.height, LAYOUT_START_H);
 }
 
 // The window carries the toy's name
 TEST_F(Lumlife, WindowTitleIsLumLife)
 {
     ASSERT_TRUE(running());
-    Window w = toy_window();
+    Window w = toplevel();
     ASSERT_NE(w, None);
     char *name = nullptr;
     ASSERT_NE(XFetchName(x, w, &name), 0) << "the window has no name";
@@ -303,21 +209,21 @@ TEST_F(Lumlife, WindowTitleIsLumLife)
 // most four ticks a frame, and each look lets it run for a moment only.
 TEST_F(Lumlife, TheTitleShrinksAtTheCentreAndGivesWayToTheGameScreen)
 {
-    constexpr int RUN_MS = 5;              // how long the toy runs between two looks
     constexpr int GREY_SLACK = 8;          // a title frame is grey: channels this close
     constexpr int LIGHT = 128;             // the title's ink
     constexpr double SCALE_SLACK = 0.25;   // a measured size lies this close to a tick's size
     constexpr double CENTRE_SLACK = 3.0;   // pixels between the text's centre and the display's
     constexpr int MAX_MISSES = 4;          // font pixels that may read wrong where a footprint edge meets a pixel centre
     const std::string title = "* LUM LIFE *";
-    const FONT_INK font = read_font_ink("assets/font8x8.txt");
-    ASSERT_TRUE(font.count('*') && font.count('L') && font.count('U') && font.count('M'));
+    FONT_TEXT font;
+    std::string error;
+    ASSERT_TRUE(font_text_read("assets/font8x8.txt", font, error)) << error;
     // The title's ink extent in layout units: columns a..b, rows t..u
     int a = INT32_MAX, b = -1, t = INT32_MAX, u = -1;
     for (size_t i = 0; i < title.size(); i++)
         for (int row = 0; row < 8; row++)
             for (int col = 0; col < 8; col++)
-                if (font.at(title[i])[row][col]) {
+                if (light_ink(font, title[i], row, col)) {
                     a = std::min(a, static_cast<int>(i) * 8 + col);
                     b = std::max(b, static_cast<int>(i) * 8 + col);
                     t = std::min(t, row);
@@ -325,14 +231,19 @@ TEST_F(Lumlife, TheTitleShrinksAtTheCentreAndGivesWayToTheGameScreen)
                 }
     const int width = static_cast<int>(title.size()) * 8;
 
+    int backdrop_x, backdrop_y;
+    layout_glyph_pixel(view, 0, 0, LAYOUT_CELL_SIDE - 1, LAYOUT_CELL_SIDE - 1, backdrop_x, backdrop_y);
+    backdrop_x += view.scale - 1;
+    backdrop_y += view.scale - 1;
+
     int layout;
-    ASSERT_TRUE(logged(literal("NEW LAYOUT 960x640 global_scale 2.000000 (480x320)"), layout));
-    Window w = toy_window();
+    ASSERT_TRUE(logged_at(literal("NEW LAYOUT 960x640 global_scale 2.000000 (480x320)"), layout));
+    Window w = toplevel();
     ASSERT_NE(w, None);
     std::vector<double> sizes;  // the title's size in each title frame, in pixels per font pixel
     int clipped = 0;            // title frames too big for the window
     bool game = false;
-    auto deadline = std::chrono::steady_clock::now() + std::chrono::duration<double>(WINDOW_SECONDS);
+    auto deadline = std::chrono::steady_clock::now() + std::chrono::duration<double>(TOY_SEE_SECONDS);
     while (!game) {
         ASSERT_LT(std::chrono::steady_clock::now(), deadline) << "no game screen after the title";
         ASSERT_TRUE(process_pause(toy)) << process_transcript(toy);
@@ -340,12 +251,12 @@ TEST_F(Lumlife, TheTitleShrinksAtTheCentreAndGivesWayToTheGameScreen)
         bool read = xcapture_window(x, w, image);
         ASSERT_TRUE(process_resume(toy));
         ASSERT_TRUE(read);
-        std::this_thread::sleep_for(std::chrono::milliseconds(RUN_MS));
-        ASSERT_EQ(image.w, WINDOW_W);
+        std::this_thread::sleep_for(std::chrono::milliseconds(TOY_RUN_MS));
+        ASSERT_EQ(image.w, LAYOUT_START_W);
         auto at = [&](int px, int py) { return &image.rgb[(static_cast<size_t>(py) * image.w + px) * 3]; };
         // The game screen: the grid's backdrop, 0.3 times colour 0 (1.0, 0.2, 0.2), shows at the
         // first cell's last glyph pixel, which no icon covers
-        const uint8_t *backdrop = at(GRID_X0 + 15, GRID_Y0 + 15);
+        const uint8_t *backdrop = at(backdrop_x, backdrop_y);
         if (std::abs(backdrop[0] - 76) <= 3 && std::abs(backdrop[1] - 15) <= 3 && std::abs(backdrop[2] - 15) <= 3) {
             game = true;
             break;
@@ -376,8 +287,8 @@ TEST_F(Lumlife, TheTitleShrinksAtTheCentreAndGivesWayToTheGameScreen)
         // Where the font's ink says the text's edges are: its size and its centre
         double s = (right + 1.0 - left) / (b + 1.0 - a);
         double cx = left - (a - width / 2.0) * s, cy = top - (t - 4.0) * s;
-        EXPECT_NEAR(cx, WINDOW_W / 2.0, CENTRE_SLACK) << "frame " << sizes.size();
-        EXPECT_NEAR(cy, WINDOW_H / 2.0, CENTRE_SLACK) << "frame " << sizes.size();
+        EXPECT_NEAR(cx, LAYOUT_START_W / 2.0, CENTRE_SLACK) << "frame " << sizes.size();
+        EXPECT_NEAR(cy, LAYOUT_START_H / 2.0, CENTRE_SLACK) << "frame " << sizes.size();
         EXPECT_NEAR(bottom + 1.0, cy + (u + 1.0 - 4.0) * s, CENTRE_SLACK) << "frame " << sizes.size();
         // Each font pixel's footprint is lit exactly where the glyph has ink. The edges found are
         // whole pixels, so the text's place is known to a pixel only: the best of a few shifts by
@@ -392,7 +303,7 @@ TEST_F(Lumlife, TheTitleShrinksAtTheCentreAndGivesWayToTheGameScreen)
                             int px = static_cast<int>(cx + dx + (static_cast<double>(i) * 8 + col + 0.5 - width / 2.0) * s);
                             int py = static_cast<int>(cy + dy + (row + 0.5 - 4.0) * s);
                             bool lit = at(px, py)[0] >= LIGHT;
-                            wrong += lit != font.at(title[i])[row][col];
+                            wrong += lit != light_ink(font, title[i], row, col);
                         }
                 misses = std::min(misses, wrong);
             }
@@ -414,20 +325,20 @@ TEST_F(Lumlife, TheTitleShrinksAtTheCentreAndGivesWayToTheGameScreen)
     EXPECT_GE(distinct.size(), MIN_SIZES) << "title frames that fit the window: " << sizes.size() << ", too big: "
                                           << clipped;
     int reset;
-    EXPECT_TRUE(logged(literal("RESET 0 buttons COUNTER 1"), reset, layout + 1));
+    EXPECT_TRUE(logged_at(literal("RESET 0 buttons COUNTER 1"), reset, layout + 1));
 }
 
 TEST_F(Lumlife, LumshotSavesTheWindowAsAPng)
 {
     ASSERT_TRUE(running());
-    ASSERT_NE(toy_window(), static_cast<Window>(None));
+    ASSERT_NE(toplevel(), static_cast<Window>(None));
     std::string dir = process_temp_dir("lumtest-shot");
     ASSERT_FALSE(dir.empty());
     std::string path = dir + "/shot.png";
     PROCESS shot;
     std::string error;
     ASSERT_TRUE(process_start(shot, {LUMSHOT_PATH, path}, xvfb.display, error)) << error;
-    bool ended = process_wait_exit(shot, EXIT_SECONDS);
+    bool ended = process_wait_exit(shot, TOY_EXIT_SECONDS);
     int status = shot.status;
     process_stop(shot);
     int w = 0, h = 0;
@@ -436,124 +347,41 @@ TEST_F(Lumlife, LumshotSavesTheWindowAsAPng)
     ASSERT_TRUE(ended) << "lumshot did not end";
     EXPECT_TRUE(WIFEXITED(status) && WEXITSTATUS(status) == 0) << describe_status(status);
     ASSERT_TRUE(is_png);
-    EXPECT_EQ(w, WINDOW_W);
-    EXPECT_EQ(h, WINDOW_H);
+    EXPECT_EQ(w, LAYOUT_START_W);
+    EXPECT_EQ(h, LAYOUT_START_H);
 }
 
 //----------------------------------------------------------------------------------
 // The settings file
 //----------------------------------------------------------------------------------
-constexpr size_t SETTINGS_SIZE = 4172;   // the settings file: the user's record, raw
-constexpr size_t SETTINGS_CELLS = 72;    // where the 64 x 64 column-major grid starts
-constexpr size_t SETTINGS_STEPS = 4168;  // where the step counter is
-
-// A settings record written byte by byte, as the file format gives it
-struct SETTINGS_BYTES {
-    std::vector<unsigned char> bytes = std::vector<unsigned char>(SETTINGS_SIZE, 0);
-
-    void put32(size_t offset, uint32_t value)
-    {
-        for (int i = 0; i < 4; i++)
-            bytes[offset + i] = static_cast<unsigned char>(value >> (8 * i));
-    }
-    int32_t get32(size_t offset) const
-    {
-        uint32_t v = 0;
-        for (int i = 0; i < 4; i++)
-            v |= static_cast<uint32_t>(bytes[offset + i]) << (8 * i);
-        return static_cast<int32_t>(v);
-    }
-    void set_cell(int x, int y, unsigned char value) { bytes[SETTINGS_CELLS + x * 64 + y] = value; }
-};
-
-static std::vector<unsigned char> read_file(const std::string &path)
-{
-    std::ifstream in(path, std::ios::binary);
-    return {std::istreambuf_iterator<char>(in), std::istreambuf_iterator<char>()};
-}
-
 // The toy started with a HOME of our own, which may hold a prepared settings file
-class LumlifeSettings : public ::testing::Test {
+class LumlifeSettings : public ToyTest {
 protected:
-    XVFB xvfb;
-    PROCESS toy;
-    std::string home;
-
-    void SetUp() override
-    {
-        std::string error;
-        ASSERT_TRUE(xvfb_start(xvfb, error)) << error;
-        home = process_temp_dir("lumlife-home");
-        ASSERT_FALSE(home.empty());
-    }
-
-    void TearDown() override
-    {
-        process_stop(toy);
-        xvfb_stop(xvfb);
-        process_remove_dir(home);
-    }
-
-    std::string settings_path() const { return home + "/.kobaltine/lumlife/settings.cfg"; }
-
-    void prepare(const std::vector<unsigned char> &bytes)
-    {
-        ASSERT_EQ(std::system(("mkdir -p '" + home + "/.kobaltine/lumlife'").c_str()), 0);
-        std::ofstream out(settings_path(), std::ios::binary);
-        out.write(reinterpret_cast<const char *>(bytes.data()), static_cast<std::streamsize>(bytes.size()));
-        ASSERT_TRUE(out.good());
-    }
-
-    void start()
-    {
-        std::string error;
-        ASSERT_TRUE(process_start(toy, {LUMLIFE_PATH}, xvfb.display, error, {"HOME=" + home})) << error;
-    }
-
-    // A line matching `pattern` entirely (with or without the log prefix) from line `from` on
-    int line(const std::string &pattern, size_t from = 0)
-    {
-        return process_wait_line(toy, std::regex("^(" + std::string(LOG_PREFIX).substr(1) + ")?" + pattern + "$"),
-                                 LOG_SECONDS, from);
-    }
-
-    // Hold Escape until the toy quits, then wait for it to end with status 0
-    void quit_with_escape()
-    {
-        ASSERT_GE(line(literal("changed logic rate 0 -> 60")), 0) << process_transcript(toy);
-        ASSERT_EQ(process_xdotool(xvfb.display, {"mousemove", "480", "320", "keydown", "Escape"}), 0);
-        int quitting = line(literal("Quitting..."));
-        EXPECT_EQ(process_xdotool(xvfb.display, {"keyup", "Escape"}), 0);
-        ASSERT_GE(quitting, 0) << process_transcript(toy);
-        ASSERT_TRUE(process_wait_exit(toy, EXIT_SECONDS)) << process_transcript(toy);
-        EXPECT_TRUE(WIFEXITED(toy.status) && WEXITSTATUS(toy.status) == 0) << describe_status(toy.status);
-    }
+    LumlifeSettings() : ToyTest(LUMLIFE_PATH) {}
 };
 
 // A prepared file is read, reported and applied, and written back unchanged on exit
 TEST_F(LumlifeSettings, APreparedFileIsLoadedAppliedAndRewrittenOnExit)
 {
-    SETTINGS_BYTES s;
-    s.bytes[3] = 1;          // birth on 3 and 6
-    s.bytes[6] = 1;
-    s.bytes[10 + 2] = 1;     // survival on 2 and 3
-    s.bytes[10 + 3] = 1;
-    s.put32(20, 1);          // dead border
-    s.put32(24, 20);         // 20 generations per second
-    s.put32(32, 1);          // counter shown
-    s.put32(36, 2);          // colours, icons, glow
-    s.put32(40, 8);
-    s.put32(44, 3);
-    s.put32(48, 4);
-    s.put32(52, 1);
-    s.put32(56, 0x12345678); // reserved, kept as read
+    SETTINGS_RECORD s = record_prepared({
+        {RECORD_BORDER, 1},           // dead border
+        {RECORD_FREQ, 20},            // 20 generations per second
+        {RECORD_SHOW_STEPS, 1},       // counter shown
+        {RECORD_FG, 2},               // colours, icons, glow
+        {RECORD_BG, 8},
+        {RECORD_ICON_CELL, 3},
+        {RECORD_ICON_GRID, 4},
+        {RECORD_GLOW, 1},
+        {RECORD_PAD, 0x12345678},     // reserved, kept as read
+        {RECORD_STEPS, 77},
+    });
+    s.bytes[RECORD_BPARAMS + 6] = 1;  // birth on 3 and 6, survival on 2 and 3
     const int glider[][2] = {{1, 0}, {2, 1}, {0, 2}, {1, 2}, {2, 2}};
     for (const auto &c : glider)
-        s.set_cell(10 + c[0], 5 + c[1], 1);
-    s.set_cell(47, 29, 1);
-    s.put32(SETTINGS_STEPS, 77);
-    prepare(s.bytes);
-    start();
+        record_set_cell(s, 10 + c[0], 5 + c[1], 1);
+    record_set_cell(s, 47, 29, 1);
+    ASSERT_NO_FATAL_FAILURE(prepare(s));
+    ASSERT_TRUE(start());
 
     int read = line(literal("read 4172 bytes"));
     ASSERT_GE(read, 0) << process_transcript(toy);
@@ -564,40 +392,39 @@ TEST_F(LumlifeSettings, APreparedFileIsLoadedAppliedAndRewrittenOnExit)
     ASSERT_GE(rules, 0) << process_transcript(toy);
     EXPECT_EQ(line(literal("step 77"), rules + 1), rules + 1) << process_transcript(toy);
 
-    quit_with_escape();
+    ASSERT_TRUE(quit_with_escape());
     int bye = line(literal("Bye! :)"));
     EXPECT_GT(line(literal("wrote 4172 bytes"), bye + 1), bye) << process_transcript(toy);
     // Nothing ran the automaton, so the file comes back exactly as it was
-    EXPECT_EQ(read_file(settings_path()), s.bytes);
+    EXPECT_EQ(saved().bytes, s.bytes);
 }
 
 // Without a file the defaults stand, and exit writes them
 TEST_F(LumlifeSettings, WithoutAFileTheDefaultsStandAndExitWritesThem)
 {
-    start();
+    ASSERT_TRUE(start());
     int config = line(literal("CONFIG SET: b3s23w"));
     ASSERT_GE(config, 0) << process_transcript(toy);
     int rules = line(literal("RULES: B3/S23, wrap border"), config + 1);
     ASSERT_GE(rules, 0) << process_transcript(toy);
     EXPECT_EQ(line(literal("step 0 (random fill %50)"), rules + 1), rules + 1) << process_transcript(toy);
     EXPECT_LT(process_wait_line(toy, std::regex("read [0-9]+ bytes"), 0.0), 0) << process_transcript(toy);
-    quit_with_escape();
+    ASSERT_TRUE(quit_with_escape());
     EXPECT_GE(line(literal("wrote 4172 bytes")), 0) << process_transcript(toy);
-    SETTINGS_BYTES saved;
-    saved.bytes = read_file(settings_path());
-    ASSERT_EQ(saved.bytes.size(), SETTINGS_SIZE);
-    EXPECT_EQ(saved.bytes[3], 1);
-    EXPECT_EQ(saved.bytes[12], 1);
-    EXPECT_EQ(saved.bytes[13], 1);
-    EXPECT_EQ(saved.get32(20), 0);
-    EXPECT_EQ(saved.get32(24), 60);
-    EXPECT_EQ(saved.get32(28), 0);
-    EXPECT_EQ(saved.get32(32), 1);
-    EXPECT_EQ(saved.get32(static_cast<size_t>(SETTINGS_STEPS)), 0);
+    SETTINGS_RECORD file = saved();
+    ASSERT_EQ(file.bytes.size(), RECORD_SIZE);
+    EXPECT_EQ(file.bytes[RECORD_BPARAMS + 3], 1);
+    EXPECT_EQ(file.bytes[RECORD_SPARAMS + 2], 1);
+    EXPECT_EQ(file.bytes[RECORD_SPARAMS + 3], 1);
+    EXPECT_EQ(record_get32(file, RECORD_BORDER), 0);
+    EXPECT_EQ(record_get32(file, RECORD_FREQ), 60);
+    EXPECT_EQ(record_get32(file, RECORD_RUNNING), 0);
+    EXPECT_EQ(record_get32(file, RECORD_SHOW_STEPS), 1);
+    EXPECT_EQ(record_get32(file, RECORD_STEPS), 0);
     int alive = 0;
-    for (int x = 0; x < 48; x++)
-        for (int y = 0; y < 30; y++)
-            alive += saved.bytes[SETTINGS_CELLS + x * 64 + y];
+    for (int x = 0; x < RECORD_COLS; x++)
+        for (int y = 0; y < RECORD_ROWS; y++)
+            alive += record_cell(file, x, y);
     EXPECT_GT(alive, 500) << "a random grid at 50 %";
     EXPECT_LT(alive, 940) << "a random grid at 50 %";
 }
@@ -605,86 +432,81 @@ TEST_F(LumlifeSettings, WithoutAFileTheDefaultsStandAndExitWritesThem)
 // A damaged file (oversized, full of garbage) neither stops the toy nor survives the next save
 TEST_F(LumlifeSettings, ADamagedFileIsBroughtIntoRangeAndReplacedOnExit)
 {
-    std::vector<unsigned char> garbage(10000);
-    for (size_t i = 0; i < garbage.size(); i++)
-        garbage[i] = static_cast<unsigned char>(0x80 + (i * 37) % 128);
-    prepare(garbage);
-    start();
+    SETTINGS_RECORD garbage{std::vector<uint8_t>(10000)};
+    for (size_t i = 0; i < garbage.bytes.size(); i++)
+        garbage.bytes[i] = static_cast<uint8_t>(0x80 + (i * 37) % 128);
+    ASSERT_NO_FATAL_FAILURE(prepare(garbage));
+    ASSERT_TRUE(start());
     ASSERT_GE(line(literal("read 4172 bytes")), 0) << process_transcript(toy);
-    quit_with_escape();
-    SETTINGS_BYTES saved;
-    saved.bytes = read_file(settings_path());
-    ASSERT_EQ(saved.bytes.size(), SETTINGS_SIZE);
-    EXPECT_TRUE(saved.get32(20) >= 0 && saved.get32(20) <= 2);
-    EXPECT_TRUE(saved.get32(24) >= 1 && saved.get32(24) <= 60);
-    EXPECT_TRUE(saved.get32(36) >= 0 && saved.get32(36) <= 7);
-    EXPECT_TRUE(saved.get32(40) >= 0 && saved.get32(40) <= 8);
-    EXPECT_TRUE(saved.get32(44) >= 0 && saved.get32(44) <= 15);
-    EXPECT_TRUE(saved.get32(48) >= 0 && saved.get32(48) <= 15);
-    EXPECT_TRUE(saved.get32(52) >= 0 && saved.get32(52) <= 1);
-    for (int x = 0; x < 64; x++)
-        for (int y = 0; y < 64; y++)
-            if (x >= 48 || y >= 30) {
-                ASSERT_EQ(saved.bytes[SETTINGS_CELLS + x * 64 + y], 0) << x << "," << y;
+    ASSERT_TRUE(quit_with_escape());
+    SETTINGS_RECORD file = saved();
+    ASSERT_EQ(file.bytes.size(), RECORD_SIZE);
+    EXPECT_TRUE(record_get32(file, RECORD_BORDER) >= 0 && record_get32(file, RECORD_BORDER) <= 2);
+    EXPECT_TRUE(record_get32(file, RECORD_FREQ) >= 1 && record_get32(file, RECORD_FREQ) <= 60);
+    EXPECT_TRUE(record_get32(file, RECORD_FG) >= 0 && record_get32(file, RECORD_FG) <= 7);
+    EXPECT_TRUE(record_get32(file, RECORD_BG) >= 0 && record_get32(file, RECORD_BG) <= 8);
+    EXPECT_TRUE(record_get32(file, RECORD_ICON_CELL) >= 0 && record_get32(file, RECORD_ICON_CELL) <= 15);
+    EXPECT_TRUE(record_get32(file, RECORD_ICON_GRID) >= 0 && record_get32(file, RECORD_ICON_GRID) <= 15);
+    EXPECT_TRUE(record_get32(file, RECORD_GLOW) >= 0 && record_get32(file, RECORD_GLOW) <= 1);
+    for (int x = 0; x < RECORD_GRID_SIDE; x++)
+        for (int y = 0; y < RECORD_GRID_SIDE; y++)
+            if (x >= RECORD_COLS || y >= RECORD_ROWS) {
+                ASSERT_EQ(record_cell(file, x, y), 0) << x << "," << y;
             }
 }
 
 //----------------------------------------------------------------------------------
 // A machine without a display or a sound device
 //----------------------------------------------------------------------------------
-// Without a display the toy cannot show anything or receive input: it says so and ends at once
-// (saving as usual) instead of running unseen.
-static void expect_no_display_quits(const std::vector<std::string> &environment)
-{
-    PROCESS toy;
-    std::string error;
-    ASSERT_TRUE(process_start(toy, {LUMLIFE_PATH}, "", error, environment)) << error;
-    int found = process_wait_line(toy, std::regex(LOG_PREFIX + literal("No display found: quitting") + "$"), LOG_SECONDS);
-    EXPECT_GE(found, 0) << process_transcript(toy);
-    int quitting = process_wait_line(toy, std::regex(LOG_PREFIX + literal("Quitting...") + "$"), LOG_SECONDS);
-    EXPECT_GT(quitting, found) << process_transcript(toy);
-    ASSERT_TRUE(process_wait_exit(toy, EXIT_SECONDS)) << "the toy ran on without a display\n" << process_transcript(toy);
-    EXPECT_TRUE(WIFEXITED(toy.status) && WEXITSTATUS(toy.status) == 0) << describe_status(toy.status);
-    int bye = process_wait_line(toy, std::regex(LOG_PREFIX + literal("Bye! :)") + "$"), 0.0);
-    EXPECT_GT(bye, quitting) << process_transcript(toy);
-    EXPECT_GT(process_wait_line(toy, std::regex(LOG_PREFIX + literal("wrote 4172 bytes") + "$"), 0.0), bye)
-        << "the settings are saved as usual\n" << process_transcript(toy);
-    process_stop(toy);
-}
+class LumlifeWithout : public ToyTest {
+protected:
+    LumlifeWithout() : ToyTest(LUMLIFE_PATH) {}
 
-TEST(LumlifeWithout, DisplayItSaysSoAndEndsWithStatusZero)
+    // Without a display the toy cannot show anything or receive input: it says so and ends at
+    // once (saving as usual) instead of running unseen. `environment` takes the display away.
+    void expect_no_display_quits(const std::vector<std::string> &environment)
+    {
+        ASSERT_TRUE(launch(environment));
+        int found = process_wait_line(toy, toy_logged_regex(literal("No display found: quitting")), TOY_LOG_SECONDS);
+        EXPECT_GE(found, 0) << process_transcript(toy);
+        int quitting = process_wait_line(toy, toy_logged_regex(literal("Quitting...")), TOY_LOG_SECONDS);
+        EXPECT_GT(quitting, found) << process_transcript(toy);
+        ASSERT_TRUE(process_wait_exit(toy, TOY_EXIT_SECONDS)) << "the toy ran on without a display\n"
+                                                              << process_transcript(toy);
+        EXPECT_TRUE(WIFEXITED(toy.status) && WEXITSTATUS(toy.status) == 0) << describe_status(toy.status);
+        int bye = process_wait_line(toy, toy_logged_regex(literal("Bye! :)")), 0.0);
+        EXPECT_GT(bye, quitting) << process_transcript(toy);
+        EXPECT_GT(process_wait_line(toy, toy_logged_regex(literal("wrote 4172 bytes")), 0.0), bye)
+            << "the settings are saved as usual\n" << process_transcript(toy);
+    }
+};
+
+TEST_F(LumlifeWithout, DisplayItSaysSoAndEndsWithStatusZero)
 {
     expect_no_display_quits({"DISPLAY", "SDL_VIDEODRIVER", "WAYLAND_DISPLAY"});
 }
 
 // An empty SDL_VIDEODRIVER names no driver: the toy must not run unseen on SDL's fallback
-TEST(LumlifeWithout, DisplayAndWithAnEmptyVideoDriverItSaysSoToo)
+TEST_F(LumlifeWithout, DisplayAndWithAnEmptyVideoDriverItSaysSoToo)
 {
     expect_no_display_quits({"DISPLAY", "SDL_VIDEODRIVER=", "WAYLAND_DISPLAY"});
 }
 
 // Without a sound device the toy says so and runs silently: the window opens and Escape ends it
-TEST(LumlifeWithout, AudioDeviceItSaysSoAndRunsSilently)
+TEST_F(LumlifeWithout, AudioDeviceItSaysSoAndRunsSilently)
 {
-    XVFB xvfb;
-    std::string error;
-    ASSERT_TRUE(xvfb_start(xvfb, error)) << error;
-    PROCESS toy;
-    ASSERT_TRUE(process_start(toy, {LUMLIFE_PATH}, xvfb.display, error, {"SDL_AUDIODRIVER=no-such-device"})) << error;
-    int no_audio = process_wait_line(toy, std::regex(std::string(LOG_PREFIX) + "No audio device: .+$"), LOG_SECONDS);
+    ASSERT_TRUE(launch({"SDL_AUDIODRIVER=no-such-device"}));
+    int no_audio = process_wait_line(toy, toy_logged_regex("No audio device: .+"), TOY_LOG_SECONDS);
     EXPECT_GE(no_audio, 0) << process_transcript(toy);
-    int reset = process_wait_line(toy, std::regex(LOG_PREFIX + literal("draw: reset (960 x 640)") + "$"), LOG_SECONDS);
+    int reset = process_wait_line(toy, toy_logged_regex(literal("draw: reset (960 x 640)")), TOY_LOG_SECONDS);
     EXPECT_GT(reset, no_audio) << process_transcript(toy);
-    int running = process_wait_line(toy, std::regex(LOG_PREFIX + literal("changed logic rate 0 -> 60") + "$"), LOG_SECONDS);
-    ASSERT_GE(running, 0) << process_transcript(toy);
-    ASSERT_EQ(process_xdotool(xvfb.display, {"mousemove", "480", "320", "keydown", "Escape"}), 0);
-    int quitting = process_wait_line(toy, std::regex(LOG_PREFIX + literal("Quitting...") + "$"), LOG_SECONDS);
-    EXPECT_EQ(process_xdotool(xvfb.display, {"keyup", "Escape"}), 0);
-    EXPECT_GT(quitting, running) << process_transcript(toy);
-    EXPECT_TRUE(process_wait_exit(toy, EXIT_SECONDS)) << process_transcript(toy);
+    int loop = process_wait_line(toy, toy_logged_regex(literal("changed logic rate 0 -> 60")), TOY_LOG_SECONDS);
+    ASSERT_GE(loop, 0) << process_transcript(toy);
+    int quitting;
+    ASSERT_TRUE(hold_escape(quitting));
+    EXPECT_GT(quitting, loop) << process_transcript(toy);
+    EXPECT_TRUE(process_wait_exit(toy, TOY_EXIT_SECONDS)) << process_transcript(toy);
     EXPECT_TRUE(WIFEXITED(toy.status) && WEXITSTATUS(toy.status) == 0) << describe_status(toy.status);
-    process_stop(toy);
-    xvfb_stop(xvfb);
 }
 
 //----------------------------------------------------------------------------------
@@ -698,17 +520,17 @@ TEST(MakeRun, WithoutADisplayItRunsTheToyHeadlessAndPrintsTheScreenshotPath)
     std::string error;
     ASSERT_TRUE(process_start(run, {RUN_SCRIPT, BUILD_DIR}, "", error, {"DISPLAY", "SDL_VIDEODRIVER", "WAYLAND_DISPLAY"}))
         << error;
-    int said = process_wait_line(run, std::regex("^No display found: running Lum Life"), LOG_SECONDS);
+    int said = process_wait_line(run, std::regex("^No display found: running Lum Life"), TOY_LOG_SECONDS);
     EXPECT_GE(said, 0) << process_transcript(run);
-    int saved = process_wait_line(run, std::regex("^Screenshot saved: /.+\\.png$"), LOG_SECONDS + EXIT_SECONDS);
+    int saved = process_wait_line(run, std::regex("^Screenshot saved: /.+\\.png$"), TOY_LOG_SECONDS + TOY_EXIT_SECONDS);
     ASSERT_GE(saved, 0) << process_transcript(run);
-    ASSERT_TRUE(process_wait_exit(run, EXIT_SECONDS)) << process_transcript(run);
+    ASSERT_TRUE(process_wait_exit(run, TOY_EXIT_SECONDS)) << process_transcript(run);
     EXPECT_TRUE(WIFEXITED(run.status) && WEXITSTATUS(run.status) == 0) << describe_status(run.status);
     std::string path = run.lines[saved].substr(std::string("Screenshot saved: ").size());
     int w = 0, h = 0;
     EXPECT_TRUE(png_size(path, w, h)) << path;
-    EXPECT_EQ(w, WINDOW_W);
-    EXPECT_EQ(h, WINDOW_H);
+    EXPECT_EQ(w, LAYOUT_START_W);
+    EXPECT_EQ(h, LAYOUT_START_H);
     bool quit_cleanly = false;
     for (const std::string &line : run.lines)
         quit_cleanly = quit_cleanly || line.find("] Bye! :)") != std::string::npos;
@@ -731,20 +553,20 @@ TEST(MakeScreenshot, ItShootsLandscapeAndPortraitWithoutTouchingTheUsersHome)
                               {"HOME=" + home}))
         << error;
     int landscape = process_wait_line(run, std::regex("^Screenshot saved: " + literal(dir + "/shot.png") + "$"),
-                                      LOG_SECONDS + EXIT_SECONDS);
+                                      TOY_LOG_SECONDS + TOY_EXIT_SECONDS);
     EXPECT_GE(landscape, 0) << process_transcript(run);
     int portrait = process_wait_line(run, std::regex("^Screenshot saved: " + literal(dir + "/shot-portrait.png") + "$"),
-                                     LOG_SECONDS + EXIT_SECONDS);
+                                     TOY_LOG_SECONDS + TOY_EXIT_SECONDS);
     EXPECT_GT(portrait, landscape) << process_transcript(run);
-    bool ended = process_wait_exit(run, EXIT_SECONDS);
+    bool ended = process_wait_exit(run, TOY_EXIT_SECONDS);
     int status = run.status;
     process_stop(run);
     EXPECT_TRUE(ended) << process_transcript(run);
     EXPECT_TRUE(WIFEXITED(status) && WEXITSTATUS(status) == 0) << describe_status(status);
     int w = 0, h = 0;
     EXPECT_TRUE(png_size(dir + "/shot.png", w, h));
-    EXPECT_EQ(w, WINDOW_W);
-    EXPECT_EQ(h, WINDOW_H);
+    EXPECT_EQ(w, LAYOUT_START_W);
+    EXPECT_EQ(h, LAYOUT_START_H);
     EXPECT_TRUE(png_size(dir + "/shot-portrait.png", w, h));
     EXPECT_EQ(w, 320);
     EXPECT_EQ(h, 480);

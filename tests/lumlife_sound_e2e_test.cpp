@@ -5,14 +5,11 @@
 // second at start-up, so the test tries every second between starting it and its stream's
 // opening, and one of them must explain everything heard.
 //
-// NOTE: nothing here waits a fixed time for the toy. A click waits for the log's answers to keys
-// pressed after the press and after the release (see LumlifeSound::press); what it sounds like
-// is then read once the recording has run on past those ticks by more than the audio path holds
-// and ends in silence.
+// NOTE: nothing here waits a fixed time for the toy. A click waits for its answer in the log, or
+// for the log's answers to keys pressed after the press and after the release (see
+// ToyTest::click); what it sounds like is then read once the recording has run on past those
+// ticks by more than the audio path holds and ends in silence.
 #include <gtest/gtest.h>
-
-#include <X11/Xlib.h>
-#include <sys/wait.h>
 
 #include <algorithm>
 #include <array>
@@ -22,36 +19,26 @@
 #include <cstdio>
 #include <cstdlib>
 #include <ctime>
-#include <fstream>
 #include <functional>
-#include <iterator>
-#include <regex>
 #include <string>
-#include <thread>
 #include <vector>
 
 #include "audio_capture.h"
 #include "lum.h"
 #include "process.h"
 #include "rnd.h"
+#include "settings_record.h"
 #include "sounds.h"
 #include "synth.h"
 #include "synth_effects.h"
 #include "synth_run.h"
-#include "xcapture.h"
-#include "xvfb.h"
+#include "toy.h"
+#include "toy_layout.h"
 
 //----------------------------------------------------------------------------------
 // Constants
 //----------------------------------------------------------------------------------
-constexpr double LOG_SECONDS = 30.0;   // a loaded machine starts and answers slowly
-constexpr double EXIT_SECONDS = 30.0;
-constexpr int POLL_MS = 2;             // between two looks for the window
-constexpr int RUN_MS = 5;              // how long a paused toy runs between two looks
 constexpr double DRAIN_SECONDS = 0.05; // how long a wait for the recording goes without reading the log
-
-// Every log line starts "[lum <seconds with two decimals>s (<tick>)] "
-static const char LOG_PREFIX[] = R"(\[lum -?[0-9]+\.[0-9]{2}s \([0-9]+\)\] )";
 
 // Listening: a recorded frame is silent within QUIET; sounds are apart when at least GAP silent
 // frames lie between them; the audio path (the mixer's block, the resampler, the device's
@@ -104,122 +91,14 @@ constexpr float PAINT_MAX = 2.0f;
 constexpr int PAINT_RING = 60;
 constexpr int PAINT_LIVE_RING = 3;
 
-// The screen at start-up and its layout
-constexpr int START_W = 960;
-constexpr int START_H = 640;
-constexpr int LAYOUT_STEP = 480;
-constexpr int S = 8;                   // a grid cell's side in layout units
-
-// The settings file: 32-bit little-endian fields
-constexpr size_t REC_SIZE = 4172;
-constexpr size_t REC_BPARAMS = 0;
-constexpr size_t REC_SPARAMS = 10;
-constexpr size_t REC_FREQ = 24;
-constexpr size_t REC_STEPS = 4168;
-
-//----------------------------------------------------------------------------------
-// Types
-//----------------------------------------------------------------------------------
-// The screen's geometry at one display size
-struct VIEW {
-    int w, h;              // display pixels
-    int scale;             // pixels per layout unit
-    int play_w, play_h;    // the display in layout units
-    bool landscape;
-};
-
-struct SPOT {
-    double x, y;
-};
-
-struct BOX {
-    double left, top, right, bottom;
-};
-
-//----------------------------------------------------------------------------------
-// Helpers: the screen's geometry (as the play tests work it out)
-//----------------------------------------------------------------------------------
-static VIEW view_of(int w, int h)
-{
-    VIEW v{};
-    v.w = w;
-    v.h = h;
-    v.landscape = w > h;
-    v.scale = std::max((v.landscape ? w : h) / LAYOUT_STEP, 1);
-    v.play_w = w / v.scale;
-    v.play_h = h / v.scale;
-    return v;
-}
-
-static std::string layout_line(const VIEW &v)
-{
-    char text[128];
-    std::snprintf(text, sizeof text, "NEW LAYOUT %dx%d global_scale %f (%dx%d)", v.w, v.h, static_cast<double>(v.scale),
-                  v.play_w, v.play_h);
-    return text;
-}
-
-// The pixel on which grid cell (c, r) is centred (landscape)
-static void cell_centre(const VIEW &v, int c, int r, int &x, int &y)
-{
-    double ux = v.w / 2.0 / v.scale;
-    double uy = v.h / 2.0 / v.scale - std::trunc((v.play_h - 32 * S) * 0.5);
-    x = static_cast<int>(std::lround((ux + std::trunc((c - 24) * S + S / 2.0)) * v.scale));
-    y = static_cast<int>(std::lround((uy + std::trunc((r - 15) * S)) * v.scale));
-}
-
-// The panel below the grid
-static BOX panel_box(const VIEW &v)
-{
-    double right = (v.play_w - S / 2.0) / v.play_w;
-    return {1.0 - right, S * (v.landscape ? 31.0 : 49.0) / v.play_h, right, (v.play_h - S / 2.0) / v.play_h};
-}
-
-// The centre of cell (col, row) of a layout of across x down cells over a box
-static SPOT spot(const VIEW &v, const BOX &b, int across, int down, double col, double row)
-{
-    double cw = (b.right - b.left) * v.w / across;
-    double ch = v.h * (b.bottom - b.top) / down;
-    return {v.w * b.left + cw * (col + 0.5), v.h * b.top + ch * (row + 0.5)};
-}
-
-static SPOT step_button(const VIEW &v)
-{
-    return spot(v, panel_box(v), 6, 2, 5, 1);
-}
-
-static SPOT birth_digit(const VIEW &v, int n)
-{
-    return spot(v, panel_box(v), 12, v.landscape ? 2 : 3, n + 1, 0);
-}
-
 //----------------------------------------------------------------------------------
 // Helpers: the settings file
 //----------------------------------------------------------------------------------
-static void put32(std::vector<unsigned char> &bytes, size_t offset, uint32_t value)
+// The toy's defaults (B3/S23, 60 generations a second) with the counter hidden, an empty grid and
+// `steps` taken
+static SETTINGS_RECORD empty_record(int64_t steps)
 {
-    for (int i = 0; i < 4; i++)
-        bytes[offset + i] = static_cast<unsigned char>(value >> (8 * i));
-}
-
-static uint32_t get32(const std::vector<unsigned char> &bytes, size_t offset)
-{
-    uint32_t v = 0;
-    for (int i = 0; i < 4; i++)
-        v |= static_cast<uint32_t>(bytes[offset + i]) << (8 * i);
-    return v;
-}
-
-// The toy's defaults (B3/S23, 60 generations a second) with an empty grid and `steps` taken
-static std::vector<unsigned char> empty_record(uint32_t steps)
-{
-    std::vector<unsigned char> r(REC_SIZE, 0);
-    r[REC_BPARAMS + 3] = 1;
-    r[REC_SPARAMS + 2] = 1;
-    r[REC_SPARAMS + 3] = 1;
-    put32(r, REC_FREQ, 60);
-    put32(r, REC_STEPS, steps);
-    return r;
+    return record_prepared({{RECORD_SHOW_STEPS, 0}, {RECORD_STEPS, steps}});
 }
 
 //----------------------------------------------------------------------------------
@@ -403,224 +282,38 @@ static std::string describe(const AUDIO_FIT &fit)
 //----------------------------------------------------------------------------------
 // Fixture: the toy on a private display, with a HOME of the test's own and its sound recorded
 //----------------------------------------------------------------------------------
-class LumlifeSound : public ::testing::Test {
+class LumlifeSound : public ToyTest {
 protected:
-    XVFB xvfb;
-    Display *x = nullptr;       // the test's own connection to the display
-    std::string home;           // the toy's HOME; "settings.cfg" lives under it
-    std::string recording;      // the disk driver's file
-    PROCESS toy;
-    Window window = None;
-    VIEW view = view_of(START_W, START_H);
-    size_t next_line = 0;       // the toy's log lines before this one have been used up
-    size_t rate_line = 0;       // the log's answers to F9 before this line have been used up
-    bool paused = false;        // the toy is stopped between the test's looks (see let_run)
+    std::string recording;         // the disk driver's file
     std::time_t started_at = 0;    // the clock's second just before the toy started ...
     std::time_t streaming_at = 0;  // ... and once its stream was open: it seeded in between
-    AUDIO_RECORDING rec;        // the recording as last read
-    std::vector<AUDIO_FIT> fits;  // where `played` last laid the sounds
+    AUDIO_RECORDING rec;           // the recording as last read
+    std::vector<AUDIO_FIT> fits;   // where `played` last laid the sounds
+
+    LumlifeSound() : ToyTest(LUMLIFE_PATH) {}
 
     void SetUp() override
     {
-        std::string error;
-        ASSERT_TRUE(xvfb_start(xvfb, error)) << error;
-        x = XOpenDisplay(xvfb.display.c_str());
-        ASSERT_NE(x, nullptr) << "cannot open " << xvfb.display;
-        home = process_temp_dir("lumsound-home");
-        ASSERT_FALSE(home.empty());
+        ToyTest::SetUp();
         recording = home + "/stream.raw";
-    }
-
-    void TearDown() override
-    {
-        process_stop(toy);
-        if (x)
-            XCloseDisplay(x);
-        xvfb_stop(xvfb);
-        process_remove_dir(home);
-    }
-
-    std::string settings_path() const { return home + "/.kobaltine/lumlife/settings.cfg"; }
-
-    void prepare(const std::vector<unsigned char> &record)
-    {
-        ASSERT_EQ(std::system(("mkdir -p '" + home + "/.kobaltine/lumlife'").c_str()), 0);
-        std::ofstream out(settings_path(), std::ios::binary);
-        out.write(reinterpret_cast<const char *>(record.data()), static_cast<std::streamsize>(record.size()));
-        ASSERT_TRUE(out.good());
-    }
-
-    std::vector<unsigned char> saved() const
-    {
-        std::ifstream in(settings_path(), std::ios::binary);
-        return {std::istreambuf_iterator<char>(in), std::istreambuf_iterator<char>()};
-    }
-
-    // Wait for a log line from line `from` on matching `pattern` entirely, with or without the log
-    // prefix; `from` moves on past it
-    ::testing::AssertionResult wait_line(const std::string &pattern, size_t &from, double seconds = LOG_SECONDS)
-    {
-        std::regex line("^(" + std::string(LOG_PREFIX) + ")?" + pattern + "$");
-        int at = -1;
-        if (paused) {
-            auto deadline = std::chrono::steady_clock::now() + std::chrono::duration<double>(seconds);
-            while ((at = process_wait_line(toy, line, 0.0, from)) < 0 && process_drain(toy) &&
-                   std::chrono::steady_clock::now() < deadline)
-                let_run();
-        } else {
-            at = process_wait_line(toy, line, seconds, from);
-        }
-        if (at < 0)
-            return ::testing::AssertionFailure() << "no log line matching '" << pattern << "' from line " << from
-                                                 << "\n"
-                                                 << process_transcript(toy);
-        from = static_cast<size_t>(at) + 1;
-        return ::testing::AssertionSuccess();
-    }
-
-    ::testing::AssertionResult logged(const std::string &pattern, double seconds = LOG_SECONDS)
-    {
-        return wait_line(pattern, next_line, seconds);
-    }
-
-    // Stop the toy between the test's looks, or let it run freely again
-    void pause()
-    {
-        paused = process_pause(toy);
-    }
-    void resume()
-    {
-        if (paused)
-            process_resume(toy);
-        paused = false;
-    }
-
-    // A paused toy runs for RUN_MS and is stopped again, so that it runs only a few ticks between
-    // two of the test's looks however slowly the test gets to run
-    void let_run()
-    {
-        if (!paused) {
-            std::this_thread::sleep_for(std::chrono::milliseconds(POLL_MS));
-            return;
-        }
-        process_resume(toy);
-        std::this_thread::sleep_for(std::chrono::milliseconds(RUN_MS));
-        paused = process_pause(toy);
-    }
-
-    ::testing::AssertionResult xdo(const std::vector<std::string> &args)
-    {
-        int status = process_xdotool(xvfb.display, args);
-        if (status == 0)
-            return ::testing::AssertionSuccess();
-        std::string text;
-        for (const std::string &a : args)
-            text += " " + a;
-        return ::testing::AssertionFailure() << "xdotool" << text << " gave " << status;
-    }
-
-    // The toy's window once it is mapped at the current view's size
-    ::testing::AssertionResult find_window()
-    {
-        auto deadline = std::chrono::steady_clock::now() + std::chrono::duration<double>(LOG_SECONDS);
-        for (;;) {
-            Window w = xcapture_find_toplevel(x);
-            XWindowAttributes a;
-            if (w != None && XGetWindowAttributes(x, w, &a) && a.width == view.w && a.height == view.h) {
-                window = w;
-                return ::testing::AssertionSuccess();
-            }
-            if (std::chrono::steady_clock::now() >= deadline)
-                return ::testing::AssertionFailure() << "no " << view.w << " x " << view.h << " window";
-            std::this_thread::sleep_for(std::chrono::milliseconds(POLL_MS));
-        }
     }
 
     // Start the toy with the audio driver `driver` (the disk driver records into `recording`) and
     // wait until its game screen is laid out and its window mapped
-    ::testing::AssertionResult start(const std::string &driver = "disk")
+    ::testing::AssertionResult start_with_audio(const std::string &driver = "disk")
     {
-        std::vector<std::string> env = {"HOME=" + home, "SDL_AUDIODRIVER=" + driver};
+        std::vector<std::string> environment = {"SDL_AUDIODRIVER=" + driver};
         if (driver == "disk")
-            env.push_back("SDL_DISKAUDIOFILE=" + recording);
-        std::string error;
+            environment.push_back("SDL_DISKAUDIOFILE=" + recording);
         started_at = std::time(nullptr);
-        if (!process_start(toy, {LUMLIFE_PATH}, xvfb.display, error, env))
-            return ::testing::AssertionFailure() << error;
-        next_line = rate_line = 0;
-        view = view_of(START_W, START_H);
+        if (auto r = launch(environment); !r)
+            return r;
         if (driver == "disk") {
             if (auto r = logged(literal("START audio STREAM")); !r)
                 return r;
         }
         streaming_at = std::time(nullptr);
-        if (auto r = logged(literal(layout_line(view))); !r)
-            return r;
-        if (auto r = logged("RESET [0-9]+ buttons COUNTER [0-9]+"); !r)
-            return r;
-        return find_window();
-    }
-
-    // Send input with xdotool, followed by F9 twice, and wait until the toy has taken all of it:
-    // F9 switches the logic rate to 4 and a second F9 back to 60, and the tick that takes each
-    // key says so in the log. The first answer comes from a tick that has taken the input, the
-    // second from a later one.
-    ::testing::AssertionResult send_and_tick(std::vector<std::string> input)
-    {
-        input.insert(input.end(), {"key", "F9"});
-        if (auto r = xdo(input); !r)
-            return r;
-        if (auto r = wait_line(literal("RATE 4"), rate_line); !r)
-            return r;
-        if (auto r = xdo({"key", "F9"}); !r)
-            return r;
-        return wait_line(literal("RATE 60"), rate_line);
-    }
-
-    // Press a button and hold it as a person does: the toolkit takes a click only when the press,
-    // a hold and the release come in three different ticks, and repeats a button held for 30
-    // ticks. The answers to F9 tell the ticks apart (see send_and_tick); meanwhile the toy is
-    // paused between looks, so that the hold lasts a few ticks only, however slow the machine.
-    ::testing::AssertionResult press(const SPOT &s)
-    {
-        pause();
-        return send_and_tick({"mousemove", "--window", std::to_string(window), std::to_string(static_cast<int>(s.x)),
-                              std::to_string(static_cast<int>(s.y)), "mousedown", "1"});
-    }
-
-    // Release the button and wait until a tick has taken the release; the toy runs freely after
-    ::testing::AssertionResult release()
-    {
-        ::testing::AssertionResult r = send_and_tick({"mouseup", "1"});
-        resume();
-        return r;
-    }
-
-    ::testing::AssertionResult click(const SPOT &s)
-    {
-        ::testing::AssertionResult r = press(s);
-        ::testing::AssertionResult released = release();
-        return r ? released : r;
-    }
-
-    // Hold Escape until the toy says it quits, then wait for it to save and end with status 0
-    ::testing::AssertionResult quit_with_escape()
-    {
-        if (auto r = xdo({"mousemove", "--window", std::to_string(window), "1", "1"}); !r)
-            return r;
-        if (auto r = xdo({"keydown", "Escape"}); !r)
-            return r;
-        ::testing::AssertionResult quitting = logged(literal("Quitting..."));
-        xdo({"keyup", "Escape"});
-        if (!quitting)
-            return quitting;
-        if (auto r = logged(literal("wrote 4172 bytes")); !r)
-            return r;
-        if (!process_wait_exit(toy, EXIT_SECONDS))
-            return ::testing::AssertionFailure() << "the toy did not end\n" << process_transcript(toy);
-        if (!WIFEXITED(toy.status) || WEXITSTATUS(toy.status) != 0)
-            return ::testing::AssertionFailure() << describe_status(toy.status);
-        return ::testing::AssertionSuccess();
+        return laid_out();
     }
 
     // Read the recording once it has run SETTLE frames past now and ends in GAP silent frames (a
@@ -647,7 +340,7 @@ protected:
     // `enough` says so. The toy's log is read meanwhile, so that it never waits on a full pipe.
     ::testing::AssertionResult listen_until(size_t until, const std::function<bool()> &enough)
     {
-        auto deadline = std::chrono::steady_clock::now() + std::chrono::duration<double>(LOG_SECONDS);
+        auto deadline = std::chrono::steady_clock::now() + std::chrono::duration<double>(TOY_LOG_SECONDS);
         for (;;) {
             while (!audio_wait_frames(recording, until, DRAIN_SECONDS)) {
                 if (!process_drain(toy) || std::chrono::steady_clock::now() >= deadline)
@@ -686,7 +379,7 @@ protected:
 TEST_F(LumlifeSound, TheTitleScreenPlaysFifteenRisingPips)
 {
     ASSERT_NO_FATAL_FAILURE(prepare(empty_record(0)));
-    ASSERT_TRUE(start());
+    ASSERT_TRUE(start_with_audio());
     ASSERT_TRUE(listen());
     size_t end = rec.left.size();
 
@@ -736,38 +429,36 @@ TEST_F(LumlifeSound, TheTitleScreenPlaysFifteenRisingPips)
 TEST_F(LumlifeSound, AStepClickIsAnsweredByALowBlipOnPressAndAHigherPipOnRelease)
 {
     ASSERT_NO_FATAL_FAILURE(prepare(empty_record(100)));
-    ASSERT_TRUE(start());
+    ASSERT_TRUE(start_with_audio());
     ASSERT_TRUE(listen()) << "the title over";
     size_t from = rec.left.size();
-    ASSERT_TRUE(click(step_button(view)));
+    ASSERT_TRUE(click(layout_control(view, LAYOUT_STEP)));
     ASSERT_TRUE(listen());
     std::vector<int16_t> low = render_pip(CLICK_DOWN), high = render_pip(TOGGLE_PIP);
     EXPECT_TRUE(played(from, {low, high})) << "sound_pip(0.25, 10) on the press, sound_pip(1, 10) on the release";
     EXPECT_TRUE(rec.right == rec.left) << "both channels";
 
     ASSERT_TRUE(quit_with_escape());
-    std::vector<unsigned char> after = saved();
-    ASSERT_EQ(after.size(), REC_SIZE);
-    EXPECT_EQ(get32(after, REC_STEPS), 101u) << "one generation";
+    SETTINGS_RECORD after = saved();
+    ASSERT_EQ(after.bytes.size(), RECORD_SIZE);
+    EXPECT_EQ(record_get32(after, RECORD_STEPS), 101u) << "one generation";
 }
 
 // A rule digit turned on pips on its release; turned off, only the press's blip is heard
 TEST_F(LumlifeSound, ARuleDigitTurnedOnPipsAndTurnedOffDoesNot)
 {
     ASSERT_NO_FATAL_FAILURE(prepare(empty_record(0)));
-    ASSERT_TRUE(start());
+    ASSERT_TRUE(start_with_audio());
     ASSERT_TRUE(listen()) << "the title over";
     std::vector<int16_t> low = render_pip(CLICK_DOWN), pip = render_pip(TOGGLE_PIP);
 
     size_t from = rec.left.size();
-    ASSERT_TRUE(click(birth_digit(view, 6)));
-    ASSERT_TRUE(logged(literal("CONFIG SET: b36s23w")));
+    ASSERT_TRUE(click(layout_rule_digit(view, true, 6), literal("CONFIG SET: b36s23w")));
     ASSERT_TRUE(listen());
     EXPECT_TRUE(played(from, {low, pip})) << "turned on: the press's blip and the pip";
 
     from = rec.left.size();
-    ASSERT_TRUE(click(birth_digit(view, 6)));
-    ASSERT_TRUE(logged(literal("CONFIG SET: b3s23w")));
+    ASSERT_TRUE(click(layout_rule_digit(view, true, 6), literal("CONFIG SET: b3s23w")));
     ASSERT_TRUE(listen());
     EXPECT_TRUE(played(from, {low})) << "turned off: the press's blip only";
     ASSERT_TRUE(quit_with_escape());
@@ -782,18 +473,14 @@ TEST_F(LumlifeSound, APaintStrokeRingsOnceForEveryCellItPaints)
 {
     constexpr size_t CELLS = 4;
     ASSERT_NO_FATAL_FAILURE(prepare(empty_record(0)));
-    ASSERT_TRUE(start());
+    ASSERT_TRUE(start_with_audio());
     ASSERT_TRUE(listen()) << "the title over";
     size_t from = rec.left.size();
     // Each cell is touched once the last one's ring has been heard, so that the rings lie apart
     for (size_t c = 0; c < CELLS; c++) {
         int px, py;
-        cell_centre(view, 10 + static_cast<int>(c), 5, px, py);
-        std::vector<std::string> args = {"mousemove", "--window", std::to_string(window), std::to_string(px),
-                                         std::to_string(py)};
-        if (c == 0)
-            args.insert(args.end(), {"mousedown", "1"});
-        ASSERT_TRUE(xdo(args));
+        layout_cell_centre(view, 10 + static_cast<int>(c), 5, px, py);
+        ASSERT_TRUE(point_at(px, py, c == 0 ? std::vector<std::string>{"mousedown", "1"} : std::vector<std::string>{}));
         ASSERT_TRUE(heard(from, c + 1)) << "cell " << c;
     }
     ASSERT_TRUE(xdo({"mouseup", "1"}));
@@ -822,10 +509,10 @@ TEST_F(LumlifeSound, APaintStrokeRingsOnceForEveryCellItPaints)
 TEST_F(LumlifeSound, BothChannelsAreEqualAndTheStreamNeverWrapsAround)
 {
     ASSERT_NO_FATAL_FAILURE(prepare(empty_record(0)));
-    ASSERT_TRUE(start());
+    ASSERT_TRUE(start_with_audio());
     ASSERT_TRUE(listen()) << "the title over";
     size_t from = rec.left.size();
-    ASSERT_TRUE(click(step_button(view)));
+    ASSERT_TRUE(click(layout_control(view, LAYOUT_STEP)));
     ASSERT_TRUE(listen());
     ASSERT_TRUE(played(from, {render_pip(CLICK_DOWN), render_pip(TOGGLE_PIP)}))
         << "the click's sounds, which show the stream's phase in the recording";
@@ -855,8 +542,8 @@ TEST_F(LumlifeSound, BothChannelsAreEqualAndTheStreamNeverWrapsAround)
 TEST_F(LumlifeSound, WithoutAnAudioDeviceTheToySaysSoOnceAndPlaysSilently)
 {
     ASSERT_NO_FATAL_FAILURE(prepare(empty_record(100)));
-    ASSERT_TRUE(start("lum-no-such-driver"));
-    ASSERT_TRUE(click(step_button(view)));
+    ASSERT_TRUE(start_with_audio("lum-no-such-driver"));
+    ASSERT_TRUE(click(layout_control(view, LAYOUT_STEP)));
     ASSERT_TRUE(quit_with_escape());
     int said = 0, streams = 0;
     for (const std::string &line : toy.lines) {
@@ -865,7 +552,7 @@ TEST_F(LumlifeSound, WithoutAnAudioDeviceTheToySaysSoOnceAndPlaysSilently)
     }
     EXPECT_EQ(said, 1) << process_transcript(toy);
     EXPECT_EQ(streams, 0);
-    std::vector<unsigned char> after = saved();
-    ASSERT_EQ(after.size(), REC_SIZE);
-    EXPECT_EQ(get32(after, REC_STEPS), 101u) << "one generation";
+    SETTINGS_RECORD after = saved();
+    ASSERT_EQ(after.bytes.size(), RECORD_SIZE);
+    EXPECT_EQ(record_get32(after, RECORD_STEPS), 101u) << "one generation";
 }
