@@ -433,10 +433,10 @@ void save_settings()
 // the orientations: "RND" against "RAND", "+" above "-" in landscape against "-" left of "+" in
 // portrait, and the "Hz" suffix only in landscape.
 
-// The two top corners. Not yet connected: the about screen is the "?" button's target; until it
-// exists a click only sounds. ".." re-enters this screen, which lays it out again.
+// The two top corners: "?" opens the about screen; ".." re-enters this screen, which lays it out
+// again.
 static const std::array<GAME_CONTROL, 2> GAME_CORNERS = {{
-    {.across = 12, .down = 5, .column = 0, .row = 0, .label = "?", .place = GAME_PLACE_MARGIN_LEFT},
+    {.across = 12, .down = 5, .column = 0, .row = 0, .label = "?", .target = &settings_state, .place = GAME_PLACE_MARGIN_LEFT},
     {.across = 12, .down = 5, .column = 11, .row = 0, .label = "..", .handler = btn_toggle, .data = &layout_mode,
      .target = &game_state, .place = GAME_PLACE_MARGIN_RIGHT},
 }};

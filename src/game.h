@@ -6,15 +6,17 @@
 // The module is also the game screen, `game_state`: the grid in the middle, the rule toggles,
 // run/step controls, speed, border, random fill and clear, and a second panel of display
 // settings, built with the button toolkit and drawn through the turtle into sprite batches.
-// Depends on: life (the engine), lum (log lines), file (the settings file), buttons, shell (the
-// layout values and look the shell offers the screens), sounds, state, sprite, glyphs, turtle,
-// draw, rnd.
+// Depends on: life (the engine), lum (log lines), file (the settings file), buttons, screens (the
+// states its buttons switch to), shell (the layout values and look the shell offers the screens),
+// sounds, state, sprite, glyphs, turtle, draw, rnd.
 #pragma once
 
 #include <array>
 #include <bit>
 #include <cstddef>
 #include <cstdint>
+
+#include "screens.h"
 
 //----------------------------------------------------------------------------------
 // Constants
@@ -72,7 +74,6 @@ static_assert(offsetof(GAME, cells) == 72);
 static_assert(offsetof(GAME, step_count) == 4168);
 
 struct BTN;
-struct STATE;
 struct SYNTH_EFFECT_STATE;
 
 //----------------------------------------------------------------------------------
@@ -84,7 +85,6 @@ extern int reset_life;      // request for the next update: > 0 random fill, < 0
 extern int take_step;       // request for one generation while not running (the STEP toggle)
 extern int layout_mode;     // 0: the main panel; non-zero: the display panel
 extern BTN *editor_btn;     // the button covering the grid; the step counter is placed from it
-extern STATE game_state;    // the game screen
 constexpr int GAME_COLOURS = 9;
 extern const std::array<std::array<float, 3>, GAME_COLOURS> use_clr;  // red, green, blue by fg/bg index
 

@@ -30,6 +30,7 @@
 #include "input.h"
 #include "lum.h"
 #include "rnd.h"
+#include "settings.h"
 #include "sounds.h"
 #include "sprite.h"
 #include "synth_effects.h"
@@ -150,11 +151,11 @@ static void load_graphics()
 //----------------------------------------------------------------------------------
 // [SECTION] Public functions
 //----------------------------------------------------------------------------------
-// Start-up: the window's name, the defaults, the art, the saved settings over the defaults, the
-// engine configured from them, and then the title screen
+// Start-up: the store query, the window's name, the audio, the defaults, the art, the saved
+// settings over the defaults, the engine configured from them, and then the title screen
 void app_state_init()
 {
-    // Not yet connected: the store query comes with the about screen.
+    settings_fetch_iap();
     lum_set_title(APP_TITLE);
     lum_init_audio_stream(APP_SOUND_RATE, 0);
     synth_effects_init(APP_EFFECT_SLOTS, APP_EFFECT_STAGES);

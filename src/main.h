@@ -1,12 +1,13 @@
 // main: the application shell, the application's side of the framework contract.
 // Start-up and shut-down hooks and the title screen. What the shell offers the screens (layout,
 // shared art, text, the look of buttons) is declared in shell.h and implemented here too.
-// Depends on: shell (its interface to the screens), lum, state, input, file, atlas, sprite,
-// glyphs, turtle, rnd, buttons, game (the record, its settings file, the game screen), sounds.
+// Depends on: shell (its interface to the screens), screens (the states), lum, state, input, file,
+// atlas, sprite, glyphs, turtle, rnd, buttons, game (the record, its settings file), settings (the
+// store query at start-up), sounds.
 #pragma once
 
+#include "screens.h"
 #include "shell.h"
-#include "state.h"
 
 struct SYNTH_EFFECT_STATE;
 
@@ -19,7 +20,6 @@ constexpr int MAIN_TITLE_TICKS = 30;   // the title screen's countdown
 // Module state
 //----------------------------------------------------------------------------------
 extern int counter;            // the title screen's countdown
-extern STATE main_state;       // the title screen
 
 //----------------------------------------------------------------------------------
 // Functions

@@ -169,8 +169,9 @@ int wrapper_tweet_finish()
     return -1;
 }
 
-int wrapper_open_url(int, const char *)
+int wrapper_open_url(int hint, const char *url)
 {
+    fake_platform.urls.push_back(std::to_string(hint) + " " + (url ? url : ""));
     return -1;
 }
 

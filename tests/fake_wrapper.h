@@ -6,6 +6,7 @@
 #include <cstdint>
 #include <mutex>
 #include <string>
+#include <vector>
 
 struct FAKE_PLATFORM {
     uint64_t ms;                   // the platform clock in milliseconds
@@ -21,6 +22,7 @@ struct FAKE_PLATFORM {
     void (*on_poll)();             // run inside every event poll (a test may queue input events here)
     void (*on_yield)();            // run after every yield has advanced the clock by 1 ms
     std::string title;             // the window caption set last; empty when none was set
+    std::vector<std::string> urls; // every wrapper_open_url: "<hint> <url>"
     int sound_init_result;         // wrapper_sound_init's answer (1: opened)
     int sound_inits, sound_exits;  // wrapper_sound_init and wrapper_sound_exit calls
     unsigned sound_rate, sound_buffer;  // the arguments of the last wrapper_sound_init

@@ -27,6 +27,7 @@
 #include "life.h"
 #include "lum.h"
 #include "main.h"
+#include "screens.h"
 #include "sine.h"
 #include "sprite.h"
 #include "state.h"
@@ -507,7 +508,7 @@ TEST_F(Screen, CornerButtonsSitCentredInTheMargins)
     EXPECT_FLOAT_EQ(about->w, 80.0f);
     EXPECT_FLOAT_EQ(more->x, 912.0f);
     EXPECT_FLOAT_EQ(more->w, 80.0f);
-    EXPECT_EQ(about->state, nullptr);
+    EXPECT_EQ(about->state, &settings_state);
     EXPECT_EQ(more->state, &game_state);
     // Portrait 320 x 480: margin (320 - 256) / 2 = 32 pixels, centred 20 from each edge
     set_display(320, 480);
@@ -879,11 +880,10 @@ TEST_F(Screen, RunTogglesWithAPipWhenSet)
     EXPECT_EQ(pips(0.5f), 0);
 }
 
-TEST_F(Screen, TheAboutButtonOnlyClicks)
+TEST_F(Screen, TheAboutButtonClicksAndOpensTheAboutScreen)
 {
-    STATE *before = state_current();
     click(find("?"));
-    EXPECT_EQ(state_current(), before);
+    EXPECT_EQ(state_current(), &settings_state);
     EXPECT_EQ(pips(0.25f), 1);
     EXPECT_EQ(pips(0.5f), 1);
 }

@@ -52,6 +52,7 @@ struct LAYOUT_ROW {
 // Every control of the main and the display panel
 static const LAYOUT_ROW LAYOUT_ROWS[] = {
     {.control = LAYOUT_PANEL, .landscape = {AREA_CORNERS, 12, 5, 11, 0, MARGIN_RIGHT}},
+    {.control = LAYOUT_ABOUT, .landscape = {AREA_CORNERS, 12, 5, 0, 0, MARGIN_LEFT}},
     // The main panel
     {.control = LAYOUT_RUN, .landscape = {AREA_PANEL, 6, 2, 5, 0, MARGIN_NONE}},
     {.control = LAYOUT_STEP, .landscape = {AREA_PANEL, 6, 2, 5, 1, MARGIN_NONE}},
