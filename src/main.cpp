@@ -302,10 +302,7 @@ void main_debug_atlas_render()
     turtle_set_pos_unscaled(lum_w() / 2.0, lum_h() / 2.0);
     turtle_set_scale(scale);
     turtle_set_rgba(1.0, 1.0, 1.0, 1.0);
-    SPRITE whole{};
-    whole.w = static_cast<int16_t>(page->texture_w);
-    whole.h = static_cast<int16_t>(page->texture_h);
-    whole.atlas = page;
+    SPRITE whole = atlas_full_sprite(page);
     sprite_batch_plot(&whole, 0, 0);
     turtle = saved;
 }

@@ -1089,6 +1089,16 @@ TEST_F(Atlas, UploadOfNothingIsRefused)
     EXPECT_EQ(atlas_draw_full(nullptr), -1);
 }
 
+TEST_F(Atlas, TheFullSpriteCoversThePageFromItsCorner)
+{
+    IMAGE *image = page(0, 256, 128);
+    SPRITE whole = atlas_full_sprite(image);
+    EXPECT_EQ(whole.w, 256);
+    EXPECT_EQ(whole.h, 128);
+    EXPECT_EQ(whole.atlas, image);
+    EXPECT_EQ(whole.atlasx + whole.atlasy + whole.boxx + whole.boxy + whole.boxw + whole.boxh + whole.xoff + whole.yoff, 0);
+}
+
 TEST_F(Atlas, UploadWithoutAGraphicsContextFails)
 {
     IMAGE *image = page(0, 16, 16);

@@ -16,6 +16,17 @@
 // switches, the boot growl, the title pips' random spread), sounds (the framework's other
 // effects), main and game (the toy's own title pips, clicks, toggle pips and paint sounds),
 // png and fonttext (writing the picture, labelled with the project's font).
+//
+// Index of this file:
+// [SECTION] Constants
+// [SECTION] Types
+// [SECTION] Private helpers: the scripts
+// [SECTION] Private helpers: rendering
+// [SECTION] Private helpers: WAV files
+// [SECTION] Private helpers: the spectrum
+// [SECTION] Private helpers: the picture
+// [SECTION] Private helpers: the commands
+// [SECTION] Main
 #include <sys/wait.h>
 #include <unistd.h>
 
@@ -42,7 +53,7 @@
 #include "synth_effects.h"
 
 //----------------------------------------------------------------------------------
-// Constants
+// [SECTION] Constants
 //----------------------------------------------------------------------------------
 // The engine as the toy sets it up: 22050 Hz, full volume, 8 effect slots of 8 stages
 constexpr int SAMPLE_RATE = 22050;
@@ -104,7 +115,7 @@ constexpr std::array<RGB8, 6> RAMP = {{
 }};
 
 //----------------------------------------------------------------------------------
-// Types
+// [SECTION] Types
 //----------------------------------------------------------------------------------
 struct SOUND;
 using SOUND_SCRIPT = void (*)(const SOUND &s, int tick);  // create the effects of one tick
@@ -131,7 +142,7 @@ struct CANVAS {
 };
 
 //----------------------------------------------------------------------------------
-// Private helpers: the scripts
+// [SECTION] Private helpers: the scripts
 //----------------------------------------------------------------------------------
 // The boot screen: two growls
 static void script_growl(const SOUND &, int tick)
@@ -284,7 +295,7 @@ static const SOUND *sound_find(const std::string &name)
 }
 
 //----------------------------------------------------------------------------------
-// Private helpers: rendering
+// [SECTION] Private helpers: rendering
 //----------------------------------------------------------------------------------
 // Set the engine up as the toy's start-up does, with the effect slots switched on
 static void engine_setup()
@@ -349,7 +360,7 @@ static bool render_sound(const SOUND &s, TAKE &take)
 }
 
 //----------------------------------------------------------------------------------
-// Private helpers: WAV files
+// [SECTION] Private helpers: WAV files
 //----------------------------------------------------------------------------------
 static void put_u16(std::vector<uint8_t> &out, uint32_t v)
 {
@@ -460,7 +471,7 @@ static double peak_db(int peak)
 }
 
 //----------------------------------------------------------------------------------
-// Private helpers: the spectrum
+// [SECTION] Private helpers: the spectrum
 //----------------------------------------------------------------------------------
 // In-place radix-2 FFT of a power-of-two number of points
 static void fft(std::vector<std::complex<double>> &a)
@@ -540,7 +551,7 @@ static RGB8 ramp(double t)
 }
 
 //----------------------------------------------------------------------------------
-// Private helpers: the picture
+// [SECTION] Private helpers: the picture
 //----------------------------------------------------------------------------------
 static CANVAS canvas_new(int w, int h, RGB8 fill)
 {
@@ -641,7 +652,7 @@ static CANVAS draw_picture(const FONT_TEXT &font, const std::vector<TAKE> &takes
 }
 
 //----------------------------------------------------------------------------------
-// Private helpers: the commands
+// [SECTION] Private helpers: the commands
 //----------------------------------------------------------------------------------
 // Every sound to DIR/NAME.wav, then the picture; a line per sound on standard output
 static bool render_all(const std::string &dir, const std::string &picture, const std::string &font_path)
@@ -678,7 +689,7 @@ static int usage()
 }
 
 //----------------------------------------------------------------------------------
-// Main
+// [SECTION] Main
 //----------------------------------------------------------------------------------
 int main(int argc, char **argv)
 {

@@ -5,7 +5,7 @@
 // on a marker colour. The page is uploaded upside down (the card's rows run from the bottom),
 // as RGBA bytes, 16-bit texels or alpha only.
 // Depends on: texture-atlas (packing), wrapper_image (decoding), sprite (the next free sprite,
-// drawing), draw (texture binding), lum (log lines, assertions), OpenGL.
+// drawing), draw (texture binding), log (log lines, assertions), OpenGL.
 //
 // Index of this file:
 // [SECTION] Constants
@@ -658,14 +658,21 @@ int atlas_update_texture(IMAGE *image)
 
 // Draw the whole page as one sprite at the turtle; -1 for no image, or a page whose sides do
 // not fit a sprite's 16-bit size
-int atlas_draw_full(IMAGE *image)
+// A temporary sprite covering the whole page: at (0, 0), the page's size, everything else 0
+SPRITE atlas_full_sprite(IMAGE *image)
 {
-    if (!image || image->texture_w > INT16_MAX || image->texture_h > INT16_MAX)
-        return -1;
     SPRITE page = {};
     page.w = static_cast<int16_t>(image->texture_w);
     page.h = static_cast<int16_t>(image->texture_h);
     page.atlas = image;
+    return page;
+}
+
+int atlas_draw_full(IMAGE *image)
+{
+    if (!image || image->texture_w > INT16_MAX || image->texture_h > INT16_MAX)
+        return -1;
+    SPRITE page = atlas_full_sprite(image);
     sprite_draw(&page, 0);
     return 1;
 }

@@ -101,4 +101,5 @@ int atlas_load_font(IMAGE *image, SPRITEFONT *font, int first, const char *path)
 int atlas_upload(IMAGE *image, int linear, int format);  // 1, or -1 null, -2 no pixels, -3 upload failed
 int atlas_update_texture(IMAGE *image);                  // re-send the page as it is; 1, or -1
 int atlas_draw_full(IMAGE *image);                       // the whole page as one sprite; 1, or -1
+SPRITE atlas_full_sprite(IMAGE *image);  // that sprite, to plot into a batch (sizes up to 32767)
 texture_atlas_t *atlas_packer();       // the packer of the page being built; null once uploaded
