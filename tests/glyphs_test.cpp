@@ -28,13 +28,9 @@ protected:
 
     void SetUp() override
     {
-        fake_platform_reset();
-        init_sine_table();
-        clear_atlases();
+        clear_drawing_state();
         atlas_[0].image.texture_w = PAGE;
         atlas_[0].image.texture_h = PAGE;
-        for (SPRITE &s : sprites_)
-            s = SPRITE{};
         // 'A' 8 wide, 'B' 8 wide, 'C' 4 wide; each at its own column of the page
         make_glyph(BASE, 0, 8, 8);
         make_glyph(BASE + 1, 16, 8, 10);

@@ -114,11 +114,7 @@ class Particles : public ::testing::Test {
 protected:
     void SetUp() override
     {
-        fake_platform_reset();
-        init_sine_table();
-        clear_atlases();
-        for (SPRITE &s : sprites_)
-            s = SPRITE{};
+        clear_drawing_state();
         atlas_[0].image.texture_w = PAGE_W;
         atlas_[0].image.texture_h = PAGE_H;
         SPRITE &piece = sprites_[PIECE];

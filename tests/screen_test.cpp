@@ -331,11 +331,7 @@ class Screen : public ::testing::Test {
 protected:
     void SetUp() override
     {
-        fake_platform_reset();
-        init_sine_table();
-        clear_atlases();
-        for (SPRITE &s : sprites_)
-            s = SPRITE{};
+        clear_drawing_state();
         atlas_[FONT_ATLAS].image.texture_w = PAGE;
         atlas_[FONT_ATLAS].image.texture_h = PAGE;
         for (int i = 0; i < FONT_COUNT; i++) {

@@ -117,11 +117,7 @@ class About : public ::testing::Test {
 protected:
     void SetUp() override
     {
-        fake_platform_reset();
-        init_sine_table();
-        clear_atlases();
-        for (SPRITE &s : sprites_)
-            s = SPRITE{};
+        clear_drawing_state();
         for (int i = 0; i < FONT_COUNT; i++) {
             SPRITE &s = sprites_[FONT_BASE + i];
             s.w = s.h = s.boxw = s.boxh = 8;

@@ -4,6 +4,8 @@
 #include <cstdlib>
 
 #include "atlas.h"
+#include "fake_wrapper.h"
+#include "sine.h"
 #include "turtle.h"
 
 //----------------------------------------------------------------------------------
@@ -16,6 +18,15 @@ void clear_atlases()
             std::free(batch.entry);
         atlas = ATLAS{};
     }
+}
+
+void clear_drawing_state()
+{
+    fake_platform_reset();
+    init_sine_table();
+    clear_atlases();
+    for (SPRITE &s : sprites_)
+        s = SPRITE{};
 }
 
 std::vector<unsigned char> turtle_bytes()
