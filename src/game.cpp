@@ -110,6 +110,7 @@ struct GAME_CONTROL {
 // [SECTION] Module state
 //----------------------------------------------------------------------------------
 GAME game;
+static GAME saved_game;  // the record as last read from or written to the settings file
 int config_changed = 0;
 int reset_life = 0;
 int take_step = 0;
@@ -400,30 +401,55 @@ void load_settings()
     file_close(in);
     game_clamp_config();
     game_thaw_cells();
+    if (count == sizeof(game))
+        saved_game = game;
     lum_logf("read %d bytes\n", static_cast<int>(count));
     dump("settings", &game, static_cast<int>(sizeof(game)));
 }
 
 // Save the record: written whole to a new file beside the old one, flushed to the disk, then
 // renamed over it. A crash, a kill or a full disk during the save leaves the previous file as
-// it was; a failure to open is silent.
+// it was. A save that fails says so and why, and leaves no new file behind; something other
+// than a file where the settings belong (a directory, a FIFO) is never replaced.
 void save_settings()
 {
     LUM_TRACE();
     game_freeze_cells();
     FILE *out = file_open_save_write(SETTINGS_NEW_FILE);
-    if (!out)
+    if (!out) {
+        lum_logf("save failed: cannot create '%s': %s\n", file_save_path(SETTINGS_NEW_FILE), file_error());
         return;
+    }
     size_t written = file_write(out, &game, sizeof(game));
     int synced = file_sync(out);
     file_close(out);
     std::string new_path = file_save_path(SETTINGS_NEW_FILE);
-    if (written == sizeof(game) && synced == 0)
-        file_rename(new_path.c_str(), file_save_path(SETTINGS_FILE));
-    else
+    std::string path = file_save_path(SETTINGS_FILE);
+    const char *other = file_not_a_file(path.c_str());
+    std::string failure;
+    if (written != sizeof(game) || synced != 0)
+        failure = std::string("cannot write '") + new_path + "': " + file_error();
+    else if (other)
+        failure = "'" + path + "' is " + other + ", not a file: not replaced";
+    else if (file_rename(new_path.c_str(), path.c_str()) < 0)
+        failure = "cannot replace '" + path + "': " + file_error();
+    if (!failure.empty())
         file_delete(new_path.c_str());
+    else
+        saved_game = game;
     lum_logf("wrote %d bytes\n", static_cast<int>(written));
+    if (!failure.empty())
+        lum_logf("save failed: %s; the previous settings are kept\n", failure.c_str());
     dump("settings", &game, static_cast<int>(sizeof(game)));
+}
+
+// Save unless the record is byte for byte what was last read or written
+void save_settings_if_changed()
+{
+    game_freeze_cells();
+    if (std::memcmp(&game, &saved_game, sizeof game) == 0)
+        return;
+    save_settings();
 }
 
 //----------------------------------------------------------------------------------

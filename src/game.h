@@ -99,7 +99,8 @@ void game_clamp_config();    // bring every screen value into its range (for a r
 
 // The settings file "settings.cfg" in the per-user save directory: the record's raw bytes
 void load_settings();        // read it over the defaults (a start-up step of the shell)
-void save_settings();        // write it crash-safely (the shell's exit and save hooks)
+void save_settings();        // write it crash-safely (the shell's exit hook)
+void save_settings_if_changed();  // the same unless nothing changed since the last read or write
 
 // The game screen
 void layout_buttons();       // lay out the buttons of the current panel and orientation

@@ -17,6 +17,7 @@
 #include <cctype>
 #include <cmath>
 #include <cstdint>
+#include <cstdlib>
 #include <cstdio>
 #include <cstring>
 #include <string>
@@ -91,6 +92,8 @@ constexpr unsigned WRAP_MAX = WRAP_BUFFER - 1;
 // characters) and the icon sheets, uploaded without filtering as 16-bit 5-5-5-1 pixels
 constexpr int APP_ATLAS_SIZE = 512;
 constexpr int APP_FONT_FIRST = 32;           // the font's first character
+constexpr const char *APP_FONT_FILE = "gfx/font8x8.png";
+constexpr unsigned APP_FONT_GLYPHS = 146;     // codes 32..177: text, the icons, the interface, the symbols
 constexpr int APP_UI_SPRITES_AT = 96;        // the interface sprites follow the 96 text glyphs
 constexpr int APP_SHEET_BORDER = 1;          // a transparent frame around every icon
 constexpr int APP_UPLOAD_FORMAT = 3;         // 5-5-5-1
@@ -132,13 +135,21 @@ STATE main_state = {main_enter, main_state_update, main_render, nullptr};
 // [SECTION] Private helpers
 //----------------------------------------------------------------------------------
 // Build atlas 0: the font, then the maker's logo and the four game icons, in the order the
-// screens address them. Missing images are reported by the atlas and leave their sprites empty.
+// screens address them. Missing images are reported by the atlas and leave their sprites empty;
+// without the font there is nothing to draw with at all (text, buttons and the grid's icons are
+// all on its sheet), so the toy says so and ends rather than show a black window.
 static void load_graphics()
 {
     IMAGE *atlas = atlas_get(0);
     atlas_create_texture(atlas, APP_ATLAS_SIZE, APP_ATLAS_SIZE);
     glyphs = sprite_get(sprite_count());
-    atlas_load_font(atlas, &font8x8, APP_FONT_FIRST, file_data_path("gfx/font8x8.png"));
+    if (atlas_load_font(atlas, &font8x8, APP_FONT_FIRST, file_data_path(APP_FONT_FILE)) < 0 ||
+        font8x8.count < APP_FONT_GLYPHS) {
+        lum_logf("cannot read the font '%s' (looked in %s): nothing to draw with, quitting\n", APP_FONT_FILE,
+                 file_data_folders());
+        lum_exit();
+        std::exit(1);
+    }
     sprites = glyphs + APP_UI_SPRITES_AT;
     icons_spriteid = sprite_count();
     icons = sprite_get(icons_spriteid);
@@ -175,9 +186,11 @@ void app_state_exit()
     save_settings();
 }
 
+// The platform's hint that the toy may be about to disappear (focus lost, a hang-up, a lost
+// display, the minute's save): save what changed
 void app_state_save()
 {
-    save_settings();
+    save_settings_if_changed();
 }
 
 // Nothing to load on the desktop

@@ -26,7 +26,7 @@ extern int counter;            // the title screen's countdown
 //----------------------------------------------------------------------------------
 void app_state_init();  // application start-up, after the framework and the window are up
 void app_state_exit();  // application shut-down, after the framework has shut down: saves the settings
-void app_state_save();  // the framework asks the application to save: the same as app_state_exit
+void app_state_save();  // the framework asks the application to save: as app_state_exit when anything changed
 int app_load_url(const char *url);     // nothing to load on the desktop: 0
 void app_state_info(const char *info); // no effect
 SYNTH_EFFECT_STATE *main_title_pip(int counter);  // the title's pip at an odd count of its countdown

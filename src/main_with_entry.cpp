@@ -14,6 +14,7 @@ int main()
     lum_graphics(WINDOW_W, WINDOW_H, 0, 0);
     lum_set_app_name("lumlife");
     app_state_init();
+    lum_set_save_hook(app_state_save);
     lum_run(0);
     app_state_exit();
     lum_exit();

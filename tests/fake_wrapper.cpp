@@ -95,6 +95,18 @@ int wrapper_quit_requested()
     return fake_platform.quit_requested;
 }
 
+void wrapper_set_save_hook(void (*save)())
+{
+    fake_platform.save_hook = save;
+}
+
+int wrapper_take_save_request()
+{
+    int requested = fake_platform.save_requested;
+    fake_platform.save_requested = 0;
+    return requested;
+}
+
 double wrapper_get_seconds()
 {
     return static_cast<double>(fake_platform.ms) / 1000.0;

@@ -8,6 +8,7 @@
 
 #include <sys/resource.h>
 #include <sys/stat.h>
+#include <unistd.h>
 
 #include <climits>
 #include <csignal>
@@ -58,6 +59,37 @@ public:
     void TearDown() override { process_remove_dir(test_home); }
 };
 const auto *const temp_home = ::testing::AddGlobalTestEnvironment(new TempHome);
+
+// Standard output into a pipe while it lives (a file size limit does not apply to a pipe); the
+// text must fit the pipe's buffer, as a save's log does
+struct PIPE_CAPTURE {
+    int saved = -1;
+    int fds[2] = {-1, -1};
+
+    PIPE_CAPTURE()
+    {
+        std::fflush(stdout);
+        if (pipe(fds) == 0) {
+            saved = dup(1);
+            dup2(fds[1], 1);
+        }
+    }
+
+    std::string finish()
+    {
+        std::fflush(stdout);
+        dup2(saved, 1);
+        close(saved);
+        close(fds[1]);
+        std::string text;
+        char buffer[4096];
+        ssize_t n;
+        while ((n = read(fds[0], buffer, sizeof buffer)) > 0)
+            text.append(buffer, static_cast<size_t>(n));
+        close(fds[0]);
+        return text;
+    }
+};
 
 std::string save_dir()
 {
@@ -324,25 +356,29 @@ TEST_F(Settings, AFileThatIsADirectoryLoadsAsAnEmptyFile)
     rmdir(settings_path().c_str());
 }
 
-TEST_F(Settings, ASaveThatCannotOpenIsSilentAndLeavesTheOldFileUntouched)
+TEST_F(Settings, ASaveThatCannotOpenSaysWhyAndLeavesTheOldFileUntouched)
 {
     std::vector<uint8_t> old(4172, 0x33);
     write_bytes(settings_path(), old);
     // The new file's name is taken by a directory: it cannot be opened for writing, even by root
     mkdir((settings_path() + ".new").c_str(), 0777);
     std::string out = save();
+    EXPECT_NE(out.find("save failed: cannot create '" + settings_path() + ".new': Invalid argument\n"), std::string::npos)
+        << out;
     EXPECT_EQ(out.find("wrote "), std::string::npos) << out;
     EXPECT_EQ(out.find("settings ("), std::string::npos) << out;
     EXPECT_EQ(read_bytes(settings_path()), old);
     rmdir((settings_path() + ".new").c_str());
 }
 
-TEST_F(Settings, ASaveWithoutASaveDirectoryIsSilent)
+TEST_F(Settings, ASaveWithoutASaveDirectorySaysWhy)
 {
     process_remove_dir(save_dir());
     // A plain file where the directory should be: it cannot be created either
     write_bytes(save_dir(), {1, 2, 3});
     std::string out = save();
+    EXPECT_NE(out.find("save failed: cannot create '" + settings_path() + ".new': Not a directory\n"), std::string::npos)
+        << out;
     EXPECT_EQ(out.find("wrote "), std::string::npos) << out;
     out = start_up();
     EXPECT_EQ(out.find("] read "), std::string::npos) << out;
@@ -370,6 +406,74 @@ TEST_F(Settings, ADiskThatFillsDuringASaveLeavesTheOldFileUntouched)
     EXPECT_NE(stat((settings_path() + ".new").c_str(), &st), 0) << "the unfinished file is removed";
     // A later save with room replaces the old file
     save();
+    EXPECT_EQ(read_bytes(settings_path()), record_bytes());
+}
+
+TEST_F(Settings, ASaveThatCannotWriteSaysWhyAfterTheByteCount)
+{
+    std::vector<uint8_t> old(4172, 0x45);
+    write_bytes(settings_path(), old);
+    struct rlimit saved;
+    ASSERT_EQ(getrlimit(RLIMIT_FSIZE, &saved), 0);
+    struct rlimit small = saved;
+    small.rlim_cur = 1000;
+    auto old_handler = std::signal(SIGXFSZ, SIG_IGN);
+    // Output goes into a pipe, which the file size limit does not touch
+    PIPE_CAPTURE capture;
+    ASSERT_EQ(setrlimit(RLIMIT_FSIZE, &small), 0);
+    app_state_exit();
+    setrlimit(RLIMIT_FSIZE, &saved);
+    std::signal(SIGXFSZ, old_handler);
+    std::string out = capture.finish();
+    const size_t wrote = out.find("wrote ");
+    const size_t failed = out.find("save failed: cannot write '" + settings_path() + ".new': File too large; the previous settings are kept\n");
+    EXPECT_NE(wrote, std::string::npos) << out;
+    EXPECT_NE(failed, std::string::npos) << out;
+    EXPECT_LT(wrote, failed) << out;
+    EXPECT_EQ(read_bytes(settings_path()), old);
+}
+
+TEST_F(Settings, ADirectoryWhereTheSettingsBelongIsNotReplacedAndTheSaveSaysSo)
+{
+    mkdir(settings_path().c_str(), 0777);
+    std::string out = save();
+    EXPECT_NE(out.find("wrote 4172 bytes\n"), std::string::npos) << out;
+    EXPECT_NE(out.find("save failed: '" + settings_path() + "' is a directory, not a file: not replaced; the previous settings are kept\n"),
+              std::string::npos)
+        << out;
+    struct stat st;
+    ASSERT_EQ(stat(settings_path().c_str(), &st), 0);
+    EXPECT_TRUE(S_ISDIR(st.st_mode));
+    EXPECT_NE(stat((settings_path() + ".new").c_str(), &st), 0) << "no new file is left behind";
+    rmdir(settings_path().c_str());
+}
+
+TEST_F(Settings, AFifoWhereTheSettingsBelongIsIgnoredWithoutBlockingAndNotReplaced)
+{
+    ASSERT_EQ(mkfifo(settings_path().c_str(), 0600), 0);
+    std::string out = start_up();  // an open of the FIFO would wait for a writer for ever
+    EXPECT_NE(out.find("'" + settings_path() + "' is a FIFO, not a file: ignored\n"), std::string::npos) << out;
+    EXPECT_NE(out.find("CONFIG SET: b3s23w\n"), std::string::npos) << out;
+    out = save();
+    EXPECT_NE(out.find("is a FIFO, not a file: not replaced"), std::string::npos) << out;
+    struct stat st;
+    ASSERT_EQ(stat(settings_path().c_str(), &st), 0);
+    EXPECT_TRUE(S_ISFIFO(st.st_mode));
+    std::remove(settings_path().c_str());
+}
+
+TEST_F(Settings, TheSaveHookSavesOnlyWhatChanged)
+{
+    save();
+    testing::internal::CaptureStdout();
+    app_state_save();
+    std::string out = testing::internal::GetCapturedStdout();
+    EXPECT_EQ(out.find("save_settings"), std::string::npos) << "nothing changed since the save: " << out;
+    life_set_cell(3, 4, life_cell(3, 4) ? 0 : 1);
+    testing::internal::CaptureStdout();
+    app_state_save();
+    out = testing::internal::GetCapturedStdout();
+    EXPECT_NE(out.find("wrote 4172 bytes\n"), std::string::npos) << out;
     EXPECT_EQ(read_bytes(settings_path()), record_bytes());
 }
 

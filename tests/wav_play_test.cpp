@@ -7,6 +7,7 @@
 #include <gtest/gtest.h>
 
 #include <stdlib.h>
+#include <sys/stat.h>
 
 #include <atomic>
 #include <cstdint>
@@ -355,11 +356,21 @@ TEST_F(WavPlay, AShortFileWithAForeignIdentifierIsRefusedByTheIdentifier)
     }
 }
 
-TEST_F(WavPlay, ADirectoryIsRefusedAsATruncatedHeader)
+TEST_F(WavPlay, ADirectoryIsRefusedWithoutBeingOpened)
 {
     LOADED l = load(dir);
     EXPECT_EQ(l.wav, nullptr);
-    EXPECT_EQ(l.out, "Error: truncated header in '" + dir + "'\n");
+    EXPECT_NE(l.out.find("] '" + dir + "' is a directory, not a file: ignored\n"), std::string::npos) << l.out;
+    EXPECT_NE(l.out.find("Error: no file '" + dir + "'?\n"), std::string::npos) << l.out;
+}
+
+TEST_F(WavPlay, AFifoIsRefusedWithoutBlocking)
+{
+    const std::string fifo = dir + "/pipe.wav";
+    ASSERT_EQ(mkfifo(fifo.c_str(), 0600), 0);
+    LOADED l = load(fifo);
+    EXPECT_EQ(l.wav, nullptr);
+    EXPECT_NE(l.out.find("] '" + fifo + "' is a FIFO, not a file: ignored\n"), std::string::npos) << l.out;
 }
 
 TEST_F(WavPlay, DataShorterThanClaimedLoadsTheWholeFramesThatAreThere)

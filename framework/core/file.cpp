@@ -3,7 +3,9 @@
 
 #include <unistd.h>
 
+#include <cerrno>
 #include <cstdint>
+#include <cstring>
 
 #include "log.h"
 #include "wrapper_file.h"
@@ -18,6 +20,7 @@ constexpr int FILE_NAME_MAX = 1024;  // names given to the open and delete opera
 //----------------------------------------------------------------------------------
 char _filepath[FILE_PATH_MAX];
 static char file_name[FILE_NAME_MAX];  // the full name of the last open or delete in a base path
+static int last_error = 0;             // the system's error of the last failed operation
 
 //----------------------------------------------------------------------------------
 // Private helpers
@@ -38,10 +41,24 @@ static const char *compose_logged(const char *base, const char *name)
     return _filepath;
 }
 
-// Open with the log line "file_open_<read|write> '<path>': <OK|FAIL>" and the system's error
+// Keep the system's error of a failed operation for file_error
+static void failed()
+{
+    last_error = errno;
+}
+
+// Open with the log line "file_open_<read|write> '<path>': <OK|FAIL>" and the system's error.
+// Only regular files (or names not there yet) are opened: a FIFO would block the open for ever.
 static FILE *open_logged(const char *path, const char *mode, const char *what)
 {
-    FILE *stream = std::fopen(path, mode);
+    FILE *stream = nullptr;
+    if (wrapper_file_readable(path)) {
+        stream = std::fopen(path, mode);
+        if (!stream)
+            failed();
+    } else {
+        last_error = EINVAL;
+    }
     lum_logf("file_open_%s '%s': %s\n", what, path, stream ? "OK" : "FAIL");
     if (!stream)
         std::perror("file open failed");
@@ -53,7 +70,12 @@ static FILE *open_logged(const char *path, const char *mode, const char *what)
 //----------------------------------------------------------------------------------
 const char *file_data_path(const char *name)
 {
-    return compose_logged(wrapper_file_data_path(), name);
+    return compose_logged(wrapper_file_find_data(name), name);
+}
+
+const char *file_data_folders()
+{
+    return wrapper_file_data_folders();
 }
 
 const char *file_save_path(const char *name)
@@ -85,7 +107,7 @@ FILE *file_open_write(const char *path)
 
 FILE *file_open_data_read(const char *name)
 {
-    return file_open_read(compose(file_name, wrapper_file_data_path(), name));
+    return file_open_read(compose(file_name, wrapper_file_find_data(name), name));
 }
 
 FILE *file_open_save_read(const char *name)
@@ -132,8 +154,10 @@ int file_delete(const char *path)
 {
     lum_logf("delete '%s'\n", path);
     int result = std::remove(path);
-    if (result < 0)
+    if (result < 0) {
+        failed();
         std::perror("file delete failed");
+    }
     return result;
 }
 
@@ -158,8 +182,10 @@ int file_rename(const char *from, const char *to)
 {
     lum_logf("rename '%s' to '%s'\n", from, to);
     int result = std::rename(from, to);
-    if (result < 0)
+    if (result < 0) {
+        failed();
         std::perror("file rename failed");
+    }
     return result;
 }
 
@@ -167,9 +193,22 @@ int file_rename(const char *from, const char *to)
 // stream that cannot be synchronised (a pipe) gives -1
 int file_sync(FILE *stream)
 {
-    if (std::fflush(stream) != 0)
+    if (std::fflush(stream) != 0 || fsync(fileno(stream)) != 0) {
+        failed();
         return -1;
-    return fsync(fileno(stream)) == 0 ? 0 : -1;
+    }
+    return 0;
+}
+
+const char *file_not_a_file(const char *path)
+{
+    int kind = wrapper_file_kind(path);
+    return kind == WRAPPER_FILE_MISSING || kind == WRAPPER_FILE_REGULAR ? nullptr : wrapper_file_kind_name(kind);
+}
+
+const char *file_error()
+{
+    return std::strerror(last_error);
 }
 
 int file_getc(FILE *stream)
@@ -222,7 +261,10 @@ size_t file_read(FILE *stream, void *buf, size_t n)
 
 size_t file_write(FILE *stream, const void *buf, size_t n)
 {
-    return std::fwrite(buf, 1, n, stream);
+    size_t written = std::fwrite(buf, 1, n, stream);
+    if (written < n)
+        failed();
+    return written;
 }
 
 // The length from the end position, the current position restored

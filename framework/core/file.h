@@ -24,11 +24,14 @@ extern char _filepath[FILE_PATH_MAX];  // the last composed name; overwritten by
 //----------------------------------------------------------------------------------
 // Path composition: base path + name (null counts as ""), logged; returns _filepath
 const char *file_data_path(const char *name);
+const char *file_data_folders();  // every folder data files are looked for in, quoted, for messages
 const char *file_save_path(const char *name);
 const char *file_temp_path(const char *name);
 const char *file_doc_path(const char *name);
 
-// Opening, closing, deleting: null or a negative result on failure, with log lines
+// Opening, closing, deleting: null or a negative result on failure, with log lines. Only regular
+// files are opened: anything else at the name (a FIFO, a device, a directory) is refused at once
+// with a line saying what it is, as if the file were not there.
 FILE *file_open_read(const char *path);
 FILE *file_open_write(const char *path);
 FILE *file_open_data_read(const char *name);
@@ -45,6 +48,11 @@ int file_delete_temp(const char *name);
 int file_delete_doc(const char *name);
 int file_rename(const char *from, const char *to);  // logged; replaces `to` atomically; 0, or negative
 int file_sync(FILE *stream);  // flush to the disk (not just the system's cache); 0, or -1
+// What else than a file is at a path ("a directory", "a FIFO", ...); null for a regular file or
+// for nothing there
+const char *file_not_a_file(const char *path);
+const char *file_error();     // the system's message for the last open, write, sync, rename or
+                              // delete that failed
 
 // Reading and writing
 int file_getc(FILE *stream);

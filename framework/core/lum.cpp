@@ -9,6 +9,7 @@
 #include "lum.h"
 
 #include <algorithm>
+#include <cstdlib>
 #include <ctime>
 
 #include "atlas.h"
@@ -33,6 +34,9 @@ static int fps_ = 0;
 static int paused_ = 0;
 static int render_disabled_ = 0;
 static int quit_ = 0;
+static void (*save_hook_)() = nullptr;
+static double save_interval = LUM_SAVE_SECONDS;
+static double last_save = 0.0;     // lum_seconds of the last save the loop ran
 static int is_init_ = 0;
 
 //----------------------------------------------------------------------------------
@@ -171,6 +175,17 @@ static void render_frame(int &frames)
     frames++;
 }
 
+// Run the save hook when the platform asked for a save or the interval has passed. Outside the
+// audio lock: a save waits for the disk.
+static void run_save_hook()
+{
+    const bool asked = wrapper_take_save_request() != 0;
+    if (!save_hook_ || !(asked || lum_seconds() - last_save >= save_interval))
+        return;
+    last_save = lum_seconds();
+    save_hook_();
+}
+
 // Run one logic tick: events in, the screen's update, the audio hand-over marker, events out.
 // NOTE: the audio device stays locked from the tick's start to its hand-over, so the effects a
 // screen creates, and the parameters it writes into them, are whole before the audio thread
@@ -186,6 +201,7 @@ static void run_tick()
     lum_settings.synth_effects_state++;
     wrapper_unlock_audio();
     input_clear_events();
+    run_save_hook();
 }
 
 // The main loop. Each pass runs the logic ticks that are due (at most four; the rest of a
@@ -316,6 +332,16 @@ void lum_disable_render(int set)
 }
 
 // The name is kept by the platform, whose per-user folders it names
+void lum_set_save_hook(void (*save)())
+{
+    save_hook_ = save;
+    last_save = lum_seconds();
+    const char *asked = std::getenv(LUM_SAVE_SECONDS_VARIABLE);
+    const double seconds = asked ? std::atof(asked) : 0.0;
+    save_interval = seconds > 0.0 ? seconds : LUM_SAVE_SECONDS;
+    wrapper_set_save_hook(save);
+}
+
 void lum_set_app_name(const char *name)
 {
     wrapper_set_app_name(name);

@@ -19,6 +19,9 @@
 //----------------------------------------------------------------------------------
 constexpr int LUM_TICKS_PER_SECOND = 60;  // logic ticks per second: the rate at start-up, and the toy's
 constexpr int LUM_MAX_CATCH_UP = 4;    // logic ticks one pass may run; the rest of a backlog is dropped
+constexpr double LUM_SAVE_SECONDS = 60.0;  // the save hook runs at least this often (a kill loses at most this)
+// Tests shorten that interval with this environment variable (seconds, above 0)
+constexpr const char *LUM_SAVE_SECONDS_VARIABLE = "LUM_SAVE_SECONDS";
 constexpr double LUM_BOOT_GROWL1_AT = 0.5;     // seconds after start-up: the boot screen's first growl ...
 constexpr double LUM_BOOT_GROWL2_AT = 3.0;     // ... and its second
 constexpr double LUM_BOOT_GROWL1_HZ = 32.704;  // C1
@@ -72,3 +75,7 @@ int lum_init_audio_stream(unsigned samplerate, unsigned bufsize);  // open the s
 int lum_enable_wave(uint8_t enable);      // stream_init_result when there is no audio, else 1
 int lum_enable_synth(uint8_t enable);     // the same; a change resets the effect slots
 void lum_set_glitch_callback(LUM_GLITCH_CALLBACK callback);
+// The application's save, run on the main thread after a tick when the platform asks for it
+// (focus lost, a hang-up) and every LUM_SAVE_SECONDS; the platform also runs it when the display
+// is lost. The hook decides whether anything changed. Null: none.
+void lum_set_save_hook(void (*save)());

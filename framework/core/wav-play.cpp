@@ -20,6 +20,7 @@
 #include <memory>
 
 #include "file.h"
+#include "wrapper_file.h"
 #include "wrapper_system.h"
 
 //----------------------------------------------------------------------------------
@@ -209,7 +210,7 @@ WAV *wave_load(const char *fname)
         return nullptr;
     if (!fname)
         fname = "";
-    FILE_PTR file(std::fopen(fname, "rb"));
+    FILE_PTR file(wrapper_file_readable(fname) ? std::fopen(fname, "rb") : nullptr);
     if (!file) {
         std::printf("Error: no file '%s'?\n", fname);
         return nullptr;

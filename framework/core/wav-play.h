@@ -12,7 +12,7 @@
 // Compile-time options: none. The voices are a static table; loaded samples are heap blocks owned
 // by their WAV record and released by wave_free.
 // Depends on: file (a file's length, to size the data block by what the file really holds),
-// wrapper_system (the audio lock).
+// wrapper_file (only regular files are opened), wrapper_system (the audio lock).
 #pragma once
 
 #include <array>

@@ -12,8 +12,10 @@
 #include "wrapper.h"
 
 #include <GL/gl.h>
+#include <X11/Xlib.h>
 
 #include <algorithm>
+#include <csignal>
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
@@ -37,6 +39,9 @@ static int display_h = 480;
 static int fullscreen_ = 0;
 static SDL_Joystick *joy = nullptr;  // opened at start and not read afterwards
 static int quit_requested = 0;       // set by a window close, a held Escape or a missing display
+static int save_requested = 0;       // set by a lost focus, a minimised window or a hang-up
+static void (*save_hook)() = nullptr;
+static volatile std::sig_atomic_t hangup = 0;  // set by the SIGHUP handler, served by the event poll
 
 //----------------------------------------------------------------------------------
 // [SECTION] Start and stop
@@ -79,11 +84,42 @@ static int replier_for_plat_msg(PLAT_MSG *msg)
     return PLAT_MSG_CODE_ABORT;
 }
 
+// A hang-up (the terminal the toy was started from closed): only noted here; the event poll asks
+// for a save and the end, so that both happen on the main thread
+static void on_hangup(int)
+{
+    hangup = 1;
+}
+
+// The display is gone or refuses the window (destroyed from outside): nothing more can be shown,
+// so save what can be kept, say so, and end. Xlib would end the process after this anyway.
+[[noreturn]] static void display_lost(const char *what)
+{
+    lum_logf("display lost (%s): saving and quitting\n", what);
+    if (save_hook)
+        save_hook();
+    std::fflush(stdout);
+    std::_Exit(1);
+}
+
+static int on_x_error(Display *, XErrorEvent *error)
+{
+    char text[WRAPPER_CALL_BUFFER] = "";
+    std::snprintf(text, sizeof text, "X error %d", static_cast<int>(error->error_code));
+    display_lost(text);
+}
+
+static int on_x_io_error(Display *)
+{
+    display_lost("X connection closed");
+}
+
 // Start the platform. Without a display there is nothing to show and no way to receive input, so
 // the main loop is asked to end at once instead of running unseen.
 int wrapper_init()
 {
     start_sdl();
+    std::signal(SIGHUP, on_hangup);
     if (!has_display()) {
         lum_log("No display found: quitting");
         quit_requested = 1;
@@ -128,6 +164,9 @@ int wrapper_set_graphics(int w, int h, int depth, int fullscreen)
     Uint32 flags = SDL_OPENGL | (fullscreen ? SDL_FULLSCREEN : 0);
     if (!SDL_SetVideoMode(display_w, display_h, depth, flags))
         return -1;
+    // Installed after SDL has set up its own, so that an error of the lost window reaches them
+    XSetErrorHandler(on_x_error);
+    XSetIOErrorHandler(on_x_io_error);
     draw_reset();
     wrapper_reset_opengl_matrix(0.0f, 0.0f);
     fullscreen_ = fullscreen;
@@ -263,6 +302,10 @@ void wrapper_handle_events()
             lum_log("SDL_QUIT");
             quit_requested = 1;
             continue;
+        case SDL_ACTIVEEVENT:
+            if (!sdl.active.gain && (sdl.active.state & (SDL_APPINPUTFOCUS | SDL_APPACTIVE)))
+                save_requested = 1;
+            continue;
         default:
             continue;
         }
@@ -270,6 +313,24 @@ void wrapper_handle_events()
     }
     if (keys[K_ESC])
         quit_requested = 1;
+    if (hangup) {
+        hangup = 0;
+        lum_log("SIGHUP: saving and quitting");
+        save_requested = 1;
+        quit_requested = 1;
+    }
+}
+
+void wrapper_set_save_hook(void (*save)())
+{
+    save_hook = save;
+}
+
+int wrapper_take_save_request()
+{
+    int requested = save_requested;
+    save_requested = 0;
+    return requested;
 }
 
 int wrapper_quit_requested()

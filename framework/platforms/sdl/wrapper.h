@@ -34,7 +34,15 @@ void wrapper_set_title(const char *title);  // the window's caption (and its ico
 // Events
 void wrapper_handle_events();  // drain the platform's events into the input ring
 int wrapper_quit_requested();  // 1 once the platform asked the program to end (window closed,
-                               // Escape held, no display); the runtime's quit test reads it
+                               // Escape held, no display, a hang-up); the runtime's quit test reads it
+
+// Saves when the program may be about to disappear. The platform asks for one when the window
+// loses the input focus or is minimised, and on a hang-up (SIGHUP, which also ends the program);
+// the runtime serves the request on the main thread at its next tick. When the display is lost
+// (an X error such as the window destroyed from outside) the platform calls the hook itself,
+// logs one line and ends the process with status 1.
+void wrapper_set_save_hook(void (*save)());  // the application's save; null: none
+int wrapper_take_save_request();             // 1 once for each request since the last call
 
 // Services the desktop lacks: these log and report -1 (not available)
 int wrapper_tweet_start();

@@ -10,13 +10,19 @@
 
 #include <cstdio>
 #include <cstdlib>
+#include <cstring>
 
 #include "log.h"
 
 //----------------------------------------------------------------------------------
 // Constants
 //----------------------------------------------------------------------------------
-constexpr char DATA_PATH[] = "./";       // data files are read relative to the working directory
+constexpr char DATA_PATH[] = "./";       // data files are read relative to the working directory ...
+// ... or, for a data file that is not there, from beside the executable or the installed data
+// folder (LUM_DATA_DIR, set by the build: "<prefix>/share/<application>/")
+#ifndef LUM_DATA_DIR
+#define LUM_DATA_DIR ""
+#endif
 constexpr mode_t DIR_MODE = 0777;        // new directories, before the process's umask
 constexpr char CURRENT_DIR[] = ".";      // the home of last resort
 constexpr char TEMP_DIR[] = "temp/";     // under the save path
@@ -46,6 +52,8 @@ static char temp_path[WRAPPER_FILE_BASE_MAX];
 static char doc_path[WRAPPER_FILE_BASE_MAX];
 static int init = 0;  // the per-user paths are computed
 static const char *app_name = nullptr;
+static const char *data_path = DATA_PATH;       // the folder data files are read from
+static char exe_dir[WRAPPER_FILE_BASE_MAX];     // the executable's folder, "/"-terminated; "" unknown
 
 //----------------------------------------------------------------------------------
 // Private helpers
@@ -136,7 +144,57 @@ const char *wrapper_app_name()
 
 const char *wrapper_file_data_path()
 {
-    return DATA_PATH;
+    return data_path;
+}
+
+// The folder holding the executable, from the system's link to it
+static const char *executable_dir()
+{
+    if (exe_dir[0])
+        return exe_dir;
+    char exe[WRAPPER_FILE_BASE_MAX];
+    ssize_t n = readlink("/proc/self/exe", exe, sizeof exe - 1);
+    if (n <= 0 || n >= static_cast<ssize_t>(sizeof exe - 1))
+        return exe_dir;
+    exe[n] = '\0';
+    char *slash = std::strrchr(exe, '/');
+    if (slash) {
+        slash[1] = '\0';
+        std::snprintf(exe_dir, sizeof exe_dir, "%s", exe);
+    }
+    return exe_dir;
+}
+
+const char *wrapper_file_find_data(const char *name)
+{
+    char path[2 * WRAPPER_FILE_BASE_MAX];
+    std::snprintf(path, sizeof path, "%s%s", data_path, name ? name : "");
+    if (!name || access(path, F_OK) == 0)
+        return data_path;
+    for (const char *folder : {executable_dir(), static_cast<const char *>(LUM_DATA_DIR)}) {
+        if (!folder[0] || std::strcmp(folder, data_path) == 0)
+            continue;
+        std::snprintf(path, sizeof path, "%s%s", folder, name);
+        if (access(path, F_OK) == 0) {
+            data_path = folder;
+            lum_logf("'%s' is not in the working directory: reading data from '%s'\n", name, folder);
+            return data_path;
+        }
+    }
+    return data_path;
+}
+
+const char *wrapper_file_data_folders()
+{
+    static char folders[4 * WRAPPER_FILE_BASE_MAX];
+    std::snprintf(folders, sizeof folders, "'%s'", DATA_PATH);
+    for (const char *folder : {executable_dir(), static_cast<const char *>(LUM_DATA_DIR)}) {
+        if (folder[0]) {
+            size_t len = std::strlen(folders);
+            std::snprintf(folders + len, sizeof folders - len, ", '%s'", folder);
+        }
+    }
+    return folders;
 }
 
 const char *wrapper_file_save_path()
@@ -166,6 +224,46 @@ int wrapper_mkdir(const char *path)
 // List the directory sorted in reverse and visit it from the end, which gives ascending order.
 // NOTE: when the callback stops the walk, the entries not yet visited are freed too (DIR_LIST),
 // so that an early stop leaks nothing.
+int wrapper_file_kind(const char *path)
+{
+    struct stat st{};
+    if (!path || stat(path, &st) != 0)
+        return WRAPPER_FILE_MISSING;
+    if (S_ISREG(st.st_mode))
+        return WRAPPER_FILE_REGULAR;
+    if (S_ISDIR(st.st_mode))
+        return WRAPPER_FILE_DIRECTORY;
+    if (S_ISFIFO(st.st_mode))
+        return WRAPPER_FILE_FIFO;
+    if (S_ISCHR(st.st_mode) || S_ISBLK(st.st_mode))
+        return WRAPPER_FILE_DEVICE;
+    if (S_ISSOCK(st.st_mode))
+        return WRAPPER_FILE_SOCKET;
+    return WRAPPER_FILE_OTHER;
+}
+
+const char *wrapper_file_kind_name(int kind)
+{
+    switch (kind) {
+    case WRAPPER_FILE_MISSING: return "missing";
+    case WRAPPER_FILE_REGULAR: return "a regular file";
+    case WRAPPER_FILE_DIRECTORY: return "a directory";
+    case WRAPPER_FILE_FIFO: return "a FIFO";
+    case WRAPPER_FILE_DEVICE: return "a device";
+    case WRAPPER_FILE_SOCKET: return "a socket";
+    default: return "not a regular file";
+    }
+}
+
+int wrapper_file_readable(const char *path)
+{
+    int kind = wrapper_file_kind(path);
+    if (kind == WRAPPER_FILE_MISSING || kind == WRAPPER_FILE_REGULAR)
+        return 1;
+    lum_logf("'%s' is %s, not a file: ignored\n", path, wrapper_file_kind_name(kind));
+    return 0;
+}
+
 int wrapper_file_dir_walk(const char *path, void *data, int (*callback)(const char *path, const char *name, void *data))
 {
     DIR_LIST list;

@@ -13,6 +13,7 @@
 #include "SDL.h"
 #include "SDL_image.h"
 #include "log.h"
+#include "wrapper_file.h"
 
 //----------------------------------------------------------------------------------
 // Constants
@@ -84,7 +85,7 @@ uint8_t *wrapper_load_rgba(const char *path, int *w, int *h)
         *w = 0;
     if (h)
         *h = 0;
-    SURFACE_PTR loaded(path ? IMG_Load(path) : nullptr);
+    SURFACE_PTR loaded(path && wrapper_file_readable(path) ? IMG_Load(path) : nullptr);
     if (!loaded) {
         lum_logf("image '%s' load failed\n", path ? path : NO_PATH);
         return nullptr;

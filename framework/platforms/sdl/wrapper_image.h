@@ -1,5 +1,5 @@
 // wrapper_image: image decoding on the desktop, through SDL_image.
-// Depends on: log (log lines), SDL 1.2, SDL_image.
+// Depends on: log (log lines), wrapper_file (only regular files are decoded), SDL 1.2, SDL_image.
 #pragma once
 
 #include <cstdint>
