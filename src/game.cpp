@@ -417,7 +417,12 @@ void save_settings()
     game_freeze_cells();
     FILE *out = file_open_save_write(SETTINGS_NEW_FILE);
     if (!out) {
-        lum_logf("save failed: cannot create '%s': %s\n", file_save_path(SETTINGS_NEW_FILE), file_error());
+        const char *error = file_error();
+        const char *folder = file_save_folder_problem();
+        if (folder)
+            lum_logf("save failed: cannot create the folder '%s': %s\n", file_save_path(""), folder);
+        else
+            lum_logf("save failed: cannot create '%s': %s\n", file_save_path(SETTINGS_NEW_FILE), error);
         return;
     }
     size_t written = file_write(out, &game, sizeof(game));

@@ -8,6 +8,7 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include <cstdlib>
 #include <filesystem>
 #include <fstream>
 #include <string>
@@ -207,6 +208,113 @@ TEST_F(LumlifeLifecycle, WithoutItsFontTheToySaysSoAndEndsWithStatusOne)
     int status = 0;
     ASSERT_TRUE(ends(status));
     EXPECT_TRUE(WIFEXITED(status) && WEXITSTATUS(status) == 1) << describe_status(status);
+}
+
+//----------------------------------------------------------------------------------
+// A full disk and a read-only home
+//----------------------------------------------------------------------------------
+// A start script that runs the toy in a mount namespace of its own, with `setup` run first (it
+// mounts what the test wants); the files left in the save folder are copied to `out` afterwards,
+// since the mounts end with the script. Status 77 when this machine allows no mounts.
+std::string start_in_namespace(const std::string &folder, const std::string &setup)
+{
+    const std::string script = folder + "/start.sh";
+    std::ofstream(script) << "#!/bin/sh\n"
+                             "exec unshare -m --propagation private sh -c '\n"
+                             "save=\"$HOME/.kobaltine/lumlife\"\n"
+                          << setup
+                          << "\n\"$TOY\"; status=$?\n"
+                             "mkdir -p \"$OUT\" && cp -a \"$save\"/. \"$OUT\"/ 2>/dev/null\n"
+                             "exit $status'\n";
+    fs::permissions(script, fs::perms::owner_all);
+    return script;
+}
+
+class LumlifeDisk : public LumlifeLifecycle {
+protected:
+    std::string out;  // the save folder's files after the toy ended
+
+    void SetUp() override
+    {
+        LumlifeLifecycle::SetUp();
+        out = home + "/out";
+    }
+
+    // Start the toy through `setup`; skipped where this machine allows no mounts
+    ::testing::AssertionResult start_mounted(const std::string &setup, bool &mounted)
+    {
+        program = start_in_namespace(home, setup);
+        mounted = std::system("unshare -m --propagation private mount -t tmpfs tmpfs /mnt >/dev/null 2>&1") == 0;
+        if (!mounted)
+            return ::testing::AssertionSuccess();
+        return start({"TOY=" LUMLIFE_PATH, "OUT=" + out});
+    }
+};
+
+TEST_F(LumlifeDisk, AFullDiskKeepsThePreviousSettingsAndTheSaveSaysSo)
+{
+    SETTINGS_RECORD before = record_prepared({}, {{RECORD_RUNNING, 0}, {RECORD_FREQ, 7}});
+    prepare(before);
+    const std::string prepared = home + "/prepared.cfg";
+    fs::copy_file(settings_path(), prepared);
+    bool mounted = false;
+    // The save folder on a small file system holding the old settings, then filled up
+    ASSERT_TRUE(start_mounted("mount -t tmpfs -o size=16k tmpfs \"$save\" || exit 77\n"
+                              "cp \"" + prepared + "\" \"$save/settings.cfg\"\n"
+                              "dd if=/dev/zero of=\"$save/filler\" bs=1024 count=64 2>/dev/null\n",
+                              mounted));
+    if (!mounted)
+        GTEST_SKIP() << "this machine allows no mounts";
+    ASSERT_TRUE(paint());
+    int quitting;
+    ASSERT_TRUE(hold_escape(quitting));
+    int status = 0;
+    ASSERT_TRUE(ends(status));
+    EXPECT_TRUE(logged_since_start("wrote [0-9]+ bytes")) << process_transcript(toy);
+    EXPECT_TRUE(logged_since_start("save failed: cannot write '.*/settings.cfg.new': No space left on device; the previous settings are kept"))
+        << process_transcript(toy);
+    EXPECT_TRUE(record_same(record_read(out + "/settings.cfg"), before)) << "the previous settings are untouched";
+    EXPECT_FALSE(fs::exists(out + "/settings.cfg.new")) << "nothing is left behind";
+}
+
+TEST_F(LumlifeDisk, AReadOnlyHomeLetsTheToyPlayAndTheSaveSaysWhy)
+{
+    bool mounted = false;
+    ASSERT_TRUE(start_mounted("mount -t tmpfs tmpfs \"$HOME\" && mount -o remount,ro \"$HOME\" || exit 77\n", mounted));
+    if (!mounted)
+        GTEST_SKIP() << "this machine allows no mounts";
+    ASSERT_TRUE(click(layout_control(view, LAYOUT_STEP)));
+    int quitting;
+    ASSERT_TRUE(hold_escape(quitting));
+    int status = 0;
+    ASSERT_TRUE(ends(status));
+    EXPECT_TRUE(WIFEXITED(status) && WEXITSTATUS(status) == 0) << describe_status(status);
+    EXPECT_TRUE(logged_since_start("save failed: cannot create the folder '.*': Read-only file system"))
+        << process_transcript(toy);
+}
+
+//----------------------------------------------------------------------------------
+// The environment
+//----------------------------------------------------------------------------------
+TEST_F(LumlifeLifecycle, ADisplayThatIsNotThereIsSaidAndTheSettingsAreKept)
+{
+    SETTINGS_RECORD before = record_prepared({}, {{RECORD_FREQ, 9}});
+    prepare(before);
+    ASSERT_TRUE(launch({"DISPLAY=:4711", "SDL_VIDEODRIVER"}));
+    ASSERT_TRUE(logged(literal("No display found: quitting")));
+    int status = 0;
+    ASSERT_TRUE(ends(status));
+    EXPECT_TRUE(WIFEXITED(status) && WEXITSTATUS(status) == 0) << describe_status(status);
+    EXPECT_TRUE(record_same(saved(), before));
+}
+
+TEST_F(LumlifeLifecycle, WithoutASoundDeviceTheToyAnswersClicksAndSaves)
+{
+    ASSERT_TRUE(start_empty({"SDL_AUDIODRIVER=no-such-device"}));
+    EXPECT_TRUE(logged_since_start("No audio device: .+")) << process_transcript(toy);
+    ASSERT_TRUE(paint());
+    ASSERT_TRUE(quit_with_escape());
+    EXPECT_TRUE(saved_the_stroke());
 }
 
 }  // namespace

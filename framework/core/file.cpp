@@ -206,6 +206,24 @@ const char *file_not_a_file(const char *path)
     return kind == WRAPPER_FILE_MISSING || kind == WRAPPER_FILE_REGULAR ? nullptr : wrapper_file_kind_name(kind);
 }
 
+const char *file_save_folder_problem()
+{
+    char path[FILE_PATH_MAX];
+    compose(path, wrapper_file_save_path(), "");
+    if (wrapper_file_kind(path) == WRAPPER_FILE_DIRECTORY)
+        return nullptr;
+    // Each folder on the way, from the top: the first that cannot be made is the cause
+    for (char *slash = std::strchr(path + 1, '/'); slash; slash = std::strchr(slash + 1, '/')) {
+        *slash = '\0';
+        bool made = wrapper_mkdir(path) == 0 || errno == EEXIST;
+        int cause = errno;
+        *slash = '/';
+        if (!made)
+            return std::strerror(cause);
+    }
+    return nullptr;
+}
+
 const char *file_error()
 {
     return std::strerror(last_error);

@@ -51,6 +51,9 @@ int file_sync(FILE *stream);  // flush to the disk (not just the system's cache)
 // What else than a file is at a path ("a directory", "a FIFO", ...); null for a regular file or
 // for nothing there
 const char *file_not_a_file(const char *path);
+// Why the save folder cannot take files: null when it is there, else the system's message for
+// creating it (or a folder on its way), such as "Read-only file system"
+const char *file_save_folder_problem();
 const char *file_error();     // the system's message for the last open, write, sync, rename or
                               // delete that failed
 
