@@ -10,10 +10,12 @@
 
 #include <cstdlib>
 #include <filesystem>
+#include <functional>
 #include <fstream>
 #include <string>
 #include <vector>
 
+#include "png.h"
 #include "process.h"
 #include "settings_record.h"
 #include "toy.h"
@@ -195,20 +197,66 @@ TEST_F(LumlifeLifecycle, StartedFromAnotherFolderItFindsItsImagesBesideItself)
     ASSERT_TRUE(quit_with_escape());
 }
 
-TEST_F(LumlifeLifecycle, WithoutItsFontTheToySaysSoAndEndsWithStatusOne)
+// A copy of the toy beside a copy of its images, with one image damaged by `damage`, started from
+// its folder
+std::string damaged_copy(const std::string &home, const std::string &image, const std::function<void(const std::string &)> &damage)
 {
-    // A copy of the toy beside an empty image folder, started from there
     const std::string folder = home + "/copy";
-    fs::create_directories(folder + "/gfx");
+    fs::create_directories(folder);
+    fs::copy(fs::path(LUMLIFE_PATH).parent_path() / "gfx", folder + "/gfx", fs::copy_options::recursive);
     fs::copy_file(LUMLIFE_PATH, folder + "/lumlife");
-    std::ofstream(folder + "/gfx/font8x8.png") << "not a picture";
-    program = start_from(folder, folder + "/lumlife");
+    damage(folder + "/gfx/" + image);
+    return start_from(folder, folder + "/lumlife");
+}
+
+struct DAMAGE {
+    const char *name;
+    void (*apply)(const std::string &path);
+};
+
+void PrintTo(const DAMAGE &d, std::ostream *os)
+{
+    *os << d.name;
+}
+
+const DAMAGE DAMAGES[] = {
+    {"Missing", [](const std::string &path) { fs::remove(path); }},
+    {"Truncated", [](const std::string &path) { fs::resize_file(path, 100); }},
+    {"NotAPicture", [](const std::string &path) { std::ofstream(path, std::ios::trunc) << "not a picture"; }},
+    {"OnePixel", [](const std::string &path) {
+         const uint8_t pixel[4] = {255, 255, 255, 255};
+         png_write(path.c_str(), 1, 1, 4, pixel);
+     }},
+};
+
+class LumlifeFont : public LumlifeLifecycle, public ::testing::WithParamInterface<DAMAGE> {};
+
+TEST_P(LumlifeFont, ThatCannotBeReadMakesTheToySaySoAndEndWithStatusOne)
+{
+    program = damaged_copy(home, "font8x8.png", GetParam().apply);
     ASSERT_TRUE(launch());
     ASSERT_TRUE(logged("cannot read the font 'gfx/font8x8.png' \\(looked in .*\\): nothing to draw with, quitting"));
     int status = 0;
     ASSERT_TRUE(ends(status));
     EXPECT_TRUE(WIFEXITED(status) && WEXITSTATUS(status) == 1) << describe_status(status);
 }
+
+INSTANTIATE_TEST_SUITE_P(Damaged, LumlifeFont, ::testing::ValuesIn(DAMAGES),
+                         [](const ::testing::TestParamInfo<DAMAGE> &info) { return std::string(info.param.name); });
+
+class LumlifeIcon : public LumlifeLifecycle, public ::testing::WithParamInterface<DAMAGE> {};
+
+TEST_P(LumlifeIcon, ThatCannotBeReadIsLeftOutAndTheToyPlays)
+{
+    program = damaged_copy(home, "hollowtide.png", GetParam().apply);
+    ASSERT_TRUE(start_empty());
+    ASSERT_TRUE(paint());
+    ASSERT_TRUE(quit_with_escape());
+    EXPECT_TRUE(saved_the_stroke());
+}
+
+INSTANTIATE_TEST_SUITE_P(Damaged, LumlifeIcon, ::testing::ValuesIn(DAMAGES),
+                         [](const ::testing::TestParamInfo<DAMAGE> &info) { return std::string(info.param.name); });
 
 //----------------------------------------------------------------------------------
 // A full disk and a read-only home
