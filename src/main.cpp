@@ -17,7 +17,6 @@
 #include <cctype>
 #include <cmath>
 #include <cstdint>
-#include <cstdlib>
 #include <cstdio>
 #include <cstring>
 #include <string>
@@ -137,7 +136,8 @@ STATE main_state = {main_enter, main_state_update, main_render, nullptr};
 // Build atlas 0: the font, then the maker's logo and the four game icons, in the order the
 // screens address them. Missing images are reported by the atlas and leave their sprites empty;
 // without the font there is nothing to draw with at all (text, buttons and the grid's icons are
-// all on its sheet), so the toy says so and ends rather than show a black window.
+// all on its sheet), so the toy says so, and the process entry ends it rather than show a black
+// window (see main_has_font).
 static void load_graphics()
 {
     IMAGE *atlas = atlas_get(0);
@@ -147,8 +147,7 @@ static void load_graphics()
         font8x8.count < APP_FONT_GLYPHS) {
         lum_logf("cannot read the font '%s' (looked in %s): nothing to draw with, quitting\n", APP_FONT_FILE,
                  file_data_folders());
-        lum_exit();
-        std::exit(1);
+        font8x8 = SPRITEFONT{};
     }
     sprites = glyphs + APP_UI_SPRITES_AT;
     icons_spriteid = sprite_count();
@@ -178,6 +177,11 @@ void app_state_init()
     game_update_config();
     turtle_reset();
     state_switch(&main_state);
+}
+
+int main_has_font()
+{
+    return font8x8.count >= APP_FONT_GLYPHS;
 }
 
 // Shut-down: runs after the framework is down and only writes the settings file

@@ -30,3 +30,4 @@ void app_state_save();  // the framework asks the application to save: as app_st
 int app_load_url(const char *url);     // nothing to load on the desktop: 0
 void app_state_info(const char *info); // no effect
 SYNTH_EFFECT_STATE *main_title_pip(int counter);  // the title's pip at an odd count of its countdown
+int main_has_font();    // 1 when start-up could read the font: without it there is nothing to draw

@@ -1,7 +1,8 @@
 // main_with_entry: the process entry of Lum Life.
 // Arguments are ignored. The order is deliberate: lum_run(0) shuts the framework down itself
 // when the loop ends, so app_state_exit (which saves) runs after the platform is down, and the
-// final lum_exit does nothing.
+// final lum_exit does nothing. Without its font the toy cannot draw anything: start-up has said
+// so, and the process ends with status 1 instead of showing a black window.
 #include "lum.h"
 #include "main.h"
 
@@ -14,6 +15,10 @@ int main()
     lum_graphics(WINDOW_W, WINDOW_H, 0, 0);
     lum_set_app_name("lumlife");
     app_state_init();
+    if (!main_has_font()) {
+        lum_exit();
+        return 1;
+    }
     lum_set_save_hook(app_state_save);
     lum_run(0);
     app_state_exit();
