@@ -1,11 +1,23 @@
 # Lum Life: `make run` starts the toy, `make test` runs every test. CMake does the real work
-# underneath; both first install whatever Debian packages are missing (tools/install-deps.sh).
+# underneath; each first installs whatever Debian packages it needs and are missing
+# (tools/install-deps.sh).
 BUILD ?= build
 JOBS ?= $(shell nproc 2>/dev/null || echo 2)
+# Where `make install` puts the toy; DESTDIR, when given, is put in front of it (staged installs)
+PREFIX ?= /usr/local
+DESTDIR ?=
 
-.PHONY: run test bench screenshot art sounds build deps clean
+# A configure that leaves the choice of tests and benchmarks as it is: off in a new build folder
+# (the project's defaults), on once `make test` or `make bench` has turned them on
+CONFIGURE = cmake -S . -B $(BUILD) -DCMAKE_BUILD_TYPE=RelWithDebInfo --log-level=WARNING
 
-run: build
+.PHONY: run test bench screenshot art sounds build install uninstall package deps clean
+
+# Only what running needs: the toy, and the screenshot tool for a machine without a display
+run:
+	@tools/install-deps.sh run
+	@$(CONFIGURE)
+	@cmake --build $(BUILD) -j $(JOBS) --target lumlife lumshot
 	@tools/run.sh $(BUILD)
 
 test: build
@@ -20,9 +32,10 @@ bench: build
 screenshot: build
 	@tools/run.sh $(BUILD) --screenshot docs/screenshot.png
 
-# The toy's art: regenerates gfx/*.png and the contact sheet docs/art.png from assets/.
+# The toy's art: regenerates gfx/*.png, the contact sheet docs/art.png and the application's
+# icons in dist/ from assets/.
 art: build
-	@$(BUILD)/tools/artgen assets gfx docs/art.png
+	@$(BUILD)/tools/artgen assets gfx docs/art.png dist
 
 # The toy's sounds, rendered through its synthesiser: docs/sounds/*.wav, one per sound, and their
 # waveforms and spectrograms in docs/sounds.png (labelled with the font from assets/); and the
@@ -33,12 +46,34 @@ sounds: build
 	@$(BUILD)/tools/synthwav --all docs/sounds docs/sounds.png assets/font8x8.txt
 	@$(BUILD)/tools/synthwav tune assets/tune.wav
 
+# Everything: the toy, the tools, the tests and the benchmarks
 build: deps
-	@cmake -S . -B $(BUILD) -DCMAKE_BUILD_TYPE=RelWithDebInfo --log-level=WARNING
+	@cmake -S . -B $(BUILD) -DCMAKE_BUILD_TYPE=RelWithDebInfo -DLUM_BUILD_TESTS=ON -DLUM_BUILD_BENCH=ON \
+	  --log-level=WARNING
 	@cmake --build $(BUILD) -j $(JOBS)
 
+# The toy as a desktop program under PREFIX: the executable, its images, the `lumlife` launcher,
+# the menu entry, the icons, the AppStream metainfo and the manual page (dist/CMakeLists.txt).
+# CMake lists what it installed in $(BUILD)/install_manifest.txt; `make uninstall` removes
+# exactly that, and the folders the installation made.
+install:
+	@tools/install-deps.sh run
+	@$(CONFIGURE)
+	@cmake --build $(BUILD) -j $(JOBS) --target lumlife
+	@DESTDIR="$(DESTDIR)" cmake --install $(BUILD) --prefix $(PREFIX)
+
+uninstall:
+	@DESTDIR="$(DESTDIR)" tools/uninstall.sh $(BUILD)
+
+# The Debian package $(BUILD)/lumlife_<version>_<arch>.deb, made by CPack (dist/CMakeLists.txt)
+package:
+	@tools/install-deps.sh package
+	@$(CONFIGURE)
+	@cmake --build $(BUILD) -j $(JOBS) --target lumlife
+	@cd $(BUILD) && cpack -G DEB
+
 deps:
-	@tools/install-deps.sh
+	@tools/install-deps.sh test
 
 clean:
 	rm -rf $(BUILD)

@@ -2,8 +2,8 @@
 // real decoder (SDL_image, which needs a video mode, so each test opens a small window in a
 // private virtual X display) and the real atlas, and the test looks at what came out: glyph
 // sizes, the cell and grid icons, the interface sprites, the icon sheets, and whether the whole
-// start-up atlas fits its page. A last test runs the art generator and compares its output with
-// the committed files.
+// start-up atlas fits its page; and the application's icons for desktop menus, dist/icon-*.png.
+// A last test runs the art generator and compares its output with the committed files.
 #include <gtest/gtest.h>
 
 #include <sys/wait.h>
@@ -11,6 +11,7 @@
 
 #include <algorithm>
 #include <array>
+#include <cmath>
 #include <csignal>
 #include <cstdint>
 #include <cstdlib>
@@ -54,10 +55,20 @@ constexpr std::array<SHEET_FILE, 5> SHEETS = {{
     {"gfx/noiseorchard.png", 72, 72}, {"gfx/umberdeep.png", 72, 72},
 }};
 
+// The application's icon for desktop menus, at the icon theme's sizes
+struct APP_ICON_FILE {
+    const char *path;
+    int side;
+};
+constexpr std::array<APP_ICON_FILE, 3> APP_ICONS = {{
+    {"dist/icon-48.png", 48}, {"dist/icon-128.png", 128}, {"dist/icon-256.png", 256},
+}};
+
 // Every file the art generator writes, relative to the project root
-constexpr std::array<const char *, 7> GENERATED = {
+constexpr std::array<const char *, 10> GENERATED = {
     "gfx/font8x8.png",     "gfx/kobaltine.png", "gfx/hollowtide.png", "gfx/orbitcrane.png",
-    "gfx/noiseorchard.png", "gfx/umberdeep.png", "docs/art.png",
+    "gfx/noiseorchard.png", "gfx/umberdeep.png", "docs/art.png",        "dist/icon-48.png",
+    "dist/icon-128.png",    "dist/icon-256.png",
 };
 
 //----------------------------------------------------------------------------------
@@ -347,6 +358,37 @@ TEST_F(Art, EveryPixelIsOpaqueOrEmptyBecauseThePageKeepsOneBitOfAlpha)
     }
 }
 
+// The application's icon: a rounded square (its corners empty, its middle opaque) showing a
+// glider of the toy's live-cell dots in mint, (0.2, 1.0, 0.6), added as light to the dark blue
+// backdrop, 0.3 times (0.2, 0.6, 1.0): (0.26, 1.0, 0.9) where a dot is
+TEST_F(Art, AppIconsDecodeAtTheThemeSizesAsRoundedSquaresWithAGliderOfDots)
+{
+    constexpr std::array<int, 3> LIT_DOT = {66, 255, 230};
+    constexpr int DOT_PIXELS = 37;    // the dot glyph's pixels
+    constexpr int GLIDER_CELLS = 5;
+    for (const APP_ICON_FILE &icon : APP_ICONS) {
+        SCOPED_TRACE(icon.path);
+        RGBA_PTR rgba(rgba_load(icon.path));
+        ASSERT_NE(rgba, nullptr);
+        ASSERT_EQ(rgba->w, icon.side);
+        ASSERT_EQ(rgba->h, icon.side);
+        auto at = [&](int x, int y) { return &rgba->bytes[(static_cast<size_t>(y) * icon.side + x) * 4]; };
+        const int last = icon.side - 1, middle = icon.side / 2;
+        for (const uint8_t *corner : {at(0, 0), at(last, 0), at(0, last), at(last, last)})
+            EXPECT_EQ(corner[3], 0);
+        EXPECT_EQ(at(middle, middle)[3], 255);
+        int lit = 0;
+        for (int i = 0; i < icon.side * icon.side; i++) {
+            const uint8_t *p = &rgba->bytes[i * 4];
+            lit += p[0] == LIT_DOT[0] && p[1] == LIT_DOT[1] && p[2] == LIT_DOT[2] && p[3] == 255 ? 1 : 0;
+        }
+        // Whole dots drawn at a whole multiple of the font's size, the same in both directions
+        const int zoom = static_cast<int>(std::lround(std::sqrt(lit / static_cast<double>(GLIDER_CELLS * DOT_PIXELS))));
+        EXPECT_GE(zoom, 1);
+        EXPECT_EQ(lit, GLIDER_CELLS * DOT_PIXELS * zoom * zoom);
+    }
+}
+
 TEST_F(Art, EachIconSheetYieldsExactlyOneSprite)
 {
     for (const SHEET_FILE &sheet : SHEETS) {
@@ -412,7 +454,7 @@ TEST(ArtGenerator, RegeneratingReproducesTheCommittedFilesByteForByte)
     std::string out = process_temp_dir("lumtest-art");
     ASSERT_FALSE(out.empty());
     std::string error;
-    pid_t pid = process_spawn({artgen, "assets", out, out + "/art.png"}, {}, -1, -1, -1, SIGKILL, error);
+    pid_t pid = process_spawn({artgen, "assets", out, out + "/art.png", out}, {}, -1, -1, -1, SIGKILL, error);
     ASSERT_GT(pid, 0) << error;
     int status = 0;
     ASSERT_TRUE(process_reap(pid, 60.0, status));

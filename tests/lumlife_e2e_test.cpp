@@ -13,14 +13,13 @@
 #include <cmath>
 #include <cstdint>
 #include <filesystem>
-#include <fstream>
-#include <iterator>
 #include <regex>
 #include <set>
 #include <string>
 #include <thread>
 #include <vector>
 
+#include "files.h"
 #include "fonttext.h"
 #include "process.h"
 #include "settings_record.h"
@@ -37,22 +36,6 @@ static const char UNPREFIXED_REPORT[] = R"(^(RULES: B[0-8]*/S[0-8]*, (wrap|dead|
 //----------------------------------------------------------------------------------
 // Helpers
 //----------------------------------------------------------------------------------
-// The width and height in a PNG file's header; false if it is not a PNG
-static bool png_size(const std::string &path, int &w, int &h)
-{
-    std::ifstream in(path, std::ios::binary);
-    std::vector<unsigned char> head(24);
-    if (!in.read(reinterpret_cast<char *>(head.data()), static_cast<std::streamsize>(head.size())))
-        return false;
-    static const unsigned char signature[] = {0x89, 'P', 'N', 'G', '\r', '\n', 0x1a, '\n'};
-    if (!std::equal(std::begin(signature), std::end(signature), head.begin()) ||
-        std::string(head.begin() + 12, head.begin() + 16) != "IHDR")
-        return false;
-    w = head[16] << 24 | head[17] << 16 | head[18] << 8 | head[19];
-    h = head[20] << 24 | head[21] << 16 | head[22] << 8 | head[23];
-    return true;
-}
-
 // Whether pixel (col, row) of the glyph of character `c` is light ink: opaque and light in
 // every channel
 static bool light_ink(const FONT_TEXT &font, char c, int row, int col)
@@ -342,7 +325,7 @@ TEST_F(Lumlife, LumshotSavesTheWindowAsAPng)
     int status = shot.status;
     process_stop(shot);
     int w = 0, h = 0;
-    bool is_png = png_size(path, w, h);
+    bool is_png = files_png_size(path, w, h);
     process_remove_dir(dir);
     ASSERT_TRUE(ended) << "lumshot did not end";
     EXPECT_TRUE(WIFEXITED(status) && WEXITSTATUS(status) == 0) << describe_status(status);
@@ -513,44 +496,54 @@ TEST_F(LumlifeWithout, AudioDeviceItSaysSoAndRunsSilently)
 // `make run` on a machine without a display
 //----------------------------------------------------------------------------------
 // The run script says that no display was found, runs the toy in a virtual X display of its own,
-// saves a screenshot of the window to a path it prints, stops the toy and exits with status 0.
-TEST(MakeRun, WithoutADisplayItRunsTheToyHeadlessAndPrintsTheScreenshotPath)
+// saves a screenshot of the window in the build folder and prints where, stops the toy and exits
+// with status 0, leaving nothing in the temporary folder.
+TEST(MakeRun, WithoutADisplayItRunsTheToyHeadlessAndSavesTheScreenshotInTheBuildFolder)
 {
+    std::string tmp = process_temp_dir("lumtest-tmp");
+    ASSERT_FALSE(tmp.empty());
     PROCESS run;
     std::string error;
-    ASSERT_TRUE(process_start(run, {RUN_SCRIPT, BUILD_DIR}, "", error, {"DISPLAY", "SDL_VIDEODRIVER", "WAYLAND_DISPLAY"}))
+    ASSERT_TRUE(process_start(run, {RUN_SCRIPT, BUILD_DIR}, "", error,
+                              {"DISPLAY", "SDL_VIDEODRIVER", "WAYLAND_DISPLAY", "TMPDIR=" + tmp}))
         << error;
     int said = process_wait_line(run, std::regex("^No display found: running Lum Life"), TOY_LOG_SECONDS);
     EXPECT_GE(said, 0) << process_transcript(run);
-    int saved = process_wait_line(run, std::regex("^Screenshot saved: /.+\\.png$"), TOY_LOG_SECONDS + TOY_EXIT_SECONDS);
+    const std::string path = std::string(BUILD_DIR) + "/lumlife-screenshot.png";
+    int saved = process_wait_line(run, std::regex("^Screenshot saved: " + literal(path) + "$"),
+                                  TOY_LOG_SECONDS + TOY_EXIT_SECONDS);
     ASSERT_GE(saved, 0) << process_transcript(run);
     ASSERT_TRUE(process_wait_exit(run, TOY_EXIT_SECONDS)) << process_transcript(run);
     EXPECT_TRUE(WIFEXITED(run.status) && WEXITSTATUS(run.status) == 0) << describe_status(run.status);
-    std::string path = run.lines[saved].substr(std::string("Screenshot saved: ").size());
     int w = 0, h = 0;
-    EXPECT_TRUE(png_size(path, w, h)) << path;
+    EXPECT_TRUE(files_png_size(path, w, h)) << path;
     EXPECT_EQ(w, LAYOUT_START_W);
     EXPECT_EQ(h, LAYOUT_START_H);
     bool quit_cleanly = false;
     for (const std::string &line : run.lines)
         quit_cleanly = quit_cleanly || line.find("] Bye! :)") != std::string::npos;
     EXPECT_TRUE(quit_cleanly) << process_transcript(run);
+    EXPECT_EQ(files_tree(tmp), std::vector<std::string>{}) << "the run left its working files behind";
     process_stop(run);
-    process_remove_dir(path.substr(0, path.rfind('/')));
+    std::filesystem::remove(path);
+    process_remove_dir(tmp);
 }
 
 // `make screenshot`: the run script shoots the toy's game screen with its prepared grid in
-// landscape and, after F1, in portrait, in a HOME of its own: the user's is left alone
+// landscape and, after F1, in portrait, in a HOME of its own: the user's is left alone, and so
+// is the temporary folder
 TEST(MakeScreenshot, ItShootsLandscapeAndPortraitWithoutTouchingTheUsersHome)
 {
     std::string dir = process_temp_dir("lumtest-shots");
     std::string home = process_temp_dir("lumtest-user");  // stands for the user's HOME
+    std::string tmp = process_temp_dir("lumtest-tmp");
     ASSERT_FALSE(dir.empty());
     ASSERT_FALSE(home.empty());
+    ASSERT_FALSE(tmp.empty());
     PROCESS run;
     std::string error;
     ASSERT_TRUE(process_start(run, {RUN_SCRIPT, BUILD_DIR, "--screenshot", dir + "/shot.png"}, "", error,
-                              {"HOME=" + home}))
+                              {"HOME=" + home, "TMPDIR=" + tmp}))
         << error;
     int landscape = process_wait_line(run, std::regex("^Screenshot saved: " + literal(dir + "/shot.png") + "$"),
                                       TOY_LOG_SECONDS + TOY_EXIT_SECONDS);
@@ -564,14 +557,16 @@ TEST(MakeScreenshot, ItShootsLandscapeAndPortraitWithoutTouchingTheUsersHome)
     EXPECT_TRUE(ended) << process_transcript(run);
     EXPECT_TRUE(WIFEXITED(status) && WEXITSTATUS(status) == 0) << describe_status(status);
     int w = 0, h = 0;
-    EXPECT_TRUE(png_size(dir + "/shot.png", w, h));
+    EXPECT_TRUE(files_png_size(dir + "/shot.png", w, h));
     EXPECT_EQ(w, LAYOUT_START_W);
     EXPECT_EQ(h, LAYOUT_START_H);
-    EXPECT_TRUE(png_size(dir + "/shot-portrait.png", w, h));
+    EXPECT_TRUE(files_png_size(dir + "/shot-portrait.png", w, h));
     EXPECT_EQ(w, 320);
     EXPECT_EQ(h, 480);
     std::error_code ignored;
     EXPECT_TRUE(std::filesystem::is_empty(home, ignored)) << "the run wrote into the user's HOME";
+    EXPECT_EQ(files_tree(tmp), std::vector<std::string>{}) << "the run left its working files behind";
     process_remove_dir(dir);
     process_remove_dir(home);
+    process_remove_dir(tmp);
 }

@@ -1,9 +1,11 @@
 // artgen: the toy's art generator.
 // Makes gfx/font8x8.png from the hand-drawn font in assets/font8x8.txt, draws the maker's logo
 // and the four game icons from code, and lays everything out on a contact sheet for the README.
+// It also draws the application's icon for desktop menus from the font's cell icons, at the
+// sizes of the icon theme (ICONS_DIR/icon-48.png, icon-128.png, icon-256.png).
 // The output depends on nothing but the font file and this code: no clock, no system fonts, and
 // noise from fixed seeds, so every run writes the same bytes.
-// Usage: artgen ASSETS_DIR GFX_DIR CONTACT_SHEET.png
+// Usage: artgen ASSETS_DIR GFX_DIR CONTACT_SHEET.png ICONS_DIR
 // Depends on: png (writing the images), fonttext (reading the font's text art).
 #include <algorithm>
 #include <array>
@@ -62,6 +64,16 @@ constexpr int SAMPLE_ZOOM = 2;          // cells are drawn twice their size, as 
 constexpr int SAMPLES_ACROSS = 4;
 constexpr std::array<const char *, SAMPLE_ROWS> SAMPLE_CELLS = {"..#.....", "...#....", ".###.#..", ".....#..",
                                                                  ".....#.."};  // a glider and a blinker
+
+// The application's icon: a glider on a patch of grid, in the look of the README's screenshot
+// (mint dots glowing on a dark blue backdrop)
+constexpr std::array<int, 3> APP_ICON_SIDES = {48, 128, 256};  // the icon theme's sizes
+constexpr int APP_ICON_CELLS = 5;        // cells across and down
+constexpr std::array<const char *, APP_ICON_CELLS> APP_ICON_GLIDER = {".....", "..#..", "...#.", ".###.", "....."};
+constexpr int APP_ICON_LIVE = CODE_LIVE_ICONS + 1;  // the dot icons, as in the screenshot
+constexpr int APP_ICON_GRID = CODE_GRID_ICONS + 1;
+constexpr int APP_ICON_CELL_COLOUR = 1;  // mint
+constexpr int APP_ICON_BACKDROP = 2;     // blue
 
 //----------------------------------------------------------------------------------
 // Types
@@ -446,18 +458,17 @@ static CANVAS draw_logo(const FONT &font)
     return c;
 }
 
-// Clip a game icon to a rounded square, give it a thin rim, light at the top and dark at the
-// bottom, and make its corners' pixels opaque or empty
-static void finish_icon(CANVAS &c)
+// Clip a square icon to a rounded square with corners of `radius`, and give it a rim `rim`
+// pixels wide, light at the top and dark at the bottom
+static void round_icon(CANVAS &c, double radius, double rim_width)
 {
-    constexpr double RADIUS = 14.0;
-    const double side = ICON_SIDE;
+    const double side = c.w;
     CANVAS rim = canvas_new(c.w, c.h, {0, 0, 0, 0});
     fill_shape(
         rim,
         [&](double x, double y) {
-            return in_round_rect(x, y, 0, 0, side, side, RADIUS) &&
-                   !in_round_rect(x, y, 1.5, 1.5, side - 1.5, side - 1.5, RADIUS - 1.5);
+            return in_round_rect(x, y, 0, 0, side, side, radius) &&
+                   !in_round_rect(x, y, rim_width, rim_width, side - rim_width, side - rim_width, radius - rim_width);
         },
         [&](double, double y) { return mix(rgb(255, 255, 255), rgb(0, 0, 0), y / side); });
     for (int y = 0; y < c.h; y++) {
@@ -467,9 +478,15 @@ static void finish_icon(CANVAS &c)
         }
     }
     CANVAS mask = canvas_new(c.w, c.h, {0, 0, 0, 0});
-    fill_flat(mask, [&](double x, double y) { return in_round_rect(x, y, 0, 0, side, side, RADIUS); }, rgb(255, 255, 255));
+    fill_flat(mask, [&](double x, double y) { return in_round_rect(x, y, 0, 0, side, side, radius); }, rgb(255, 255, 255));
     for (size_t i = 0; i < c.px.size(); i++)
         c.px[i].a *= mask.px[i].a;
+}
+
+// Round off a game icon and make its corners' pixels opaque or empty
+static void finish_icon(CANVAS &c)
+{
+    round_icon(c, 14.0, 1.5);
     binary_alpha(c);
 }
 
@@ -677,6 +694,41 @@ static CANVAS draw_umberdeep()
 }
 
 //----------------------------------------------------------------------------------
+// Private helpers: the application's icon
+//----------------------------------------------------------------------------------
+// The application's icon, `side` pixels square: a glider on a patch of the grid, drawn with the
+// toy's own cell icons at a whole multiple of the font's size, as the toy draws cells with its
+// glow on (the icon's light added over the backdrop), on a rounded square with the game icons'
+// rim. Its edges keep their soft alpha: desktops blend icons, unlike the toy's atlas.
+static CANVAS draw_app_icon(const FONT &font, int side)
+{
+    const RGB3 &cell = CELL_COLOURS[APP_ICON_CELL_COLOUR], &back = CELL_COLOURS[APP_ICON_BACKDROP];
+    const COLOUR backdrop = {back[0] * GRID_BACKDROP, back[1] * GRID_BACKDROP, back[2] * GRID_BACKDROP, 1.0f};
+    CANVAS c = canvas_new(side, side, backdrop);
+    // The largest zoom that leaves at least one glyph pixel's width of border around the cells
+    const int zoom = side / (APP_ICON_CELLS * GLYPH_SIDE + 2);
+    const int pitch = GLYPH_SIDE * zoom, origin = (side - APP_ICON_CELLS * pitch) / 2;
+    for (int r = 0; r < APP_ICON_CELLS; r++) {
+        for (int col = 0; col < APP_ICON_CELLS; col++) {
+            const GLYPH &glyph = font_glyph(font, APP_ICON_GLIDER[r][col] == '#' ? APP_ICON_LIVE : APP_ICON_GRID);
+            for (int p = 0; p < GLYPH_SIDE * GLYPH_SIDE; p++) {
+                const std::array<uint8_t, 4> &v = glyph.px[p];
+                if (v[3] == 0)
+                    continue;
+                COLOUR light = {v[0] / 255.0f * cell[0], v[1] / 255.0f * cell[1], v[2] / 255.0f * cell[2], 1.0f};
+                for (int by = 0; by < zoom; by++)
+                    for (int bx = 0; bx < zoom; bx++)
+                        add_light(c, origin + col * pitch + (p % GLYPH_SIDE) * zoom + bx,
+                                  origin + r * pitch + (p / GLYPH_SIDE) * zoom + by, light);
+            }
+        }
+    }
+    // The game icons' corners and rim, scaled from their 72 pixels
+    round_icon(c, 14.0 * side / ICON_SIDE, std::max(1.0, 1.5 * side / ICON_SIDE));
+    return c;
+}
+
+//----------------------------------------------------------------------------------
 // Private helpers: the contact sheet
 //----------------------------------------------------------------------------------
 // Paste an image scaled up by a whole factor, composited over the canvas
@@ -798,14 +850,15 @@ static CANVAS draw_contact_sheet(const FONT &font, const CANVAS &logo, const std
 //----------------------------------------------------------------------------------
 // Public functions
 //----------------------------------------------------------------------------------
-// Read the font source, write the font sheet, the banner, the game icons and the contact sheet
+// Read the font source, write the font sheet, the banner, the game icons, the contact sheet and
+// the application's icons
 int main(int argc, char **argv)
 {
-    if (argc != 4) {
-        std::fprintf(stderr, "usage: artgen ASSETS_DIR GFX_DIR CONTACT_SHEET.png\n");
+    if (argc != 5) {
+        std::fprintf(stderr, "usage: artgen ASSETS_DIR GFX_DIR CONTACT_SHEET.png ICONS_DIR\n");
         return 2;
     }
-    const std::string assets = argv[1], gfx = argv[2], sheet = argv[3];
+    const std::string assets = argv[1], gfx = argv[2], sheet = argv[3], app_icons = argv[4];
     FONT font;
     std::string error;
     if (!font_text_read(assets + "/font8x8.txt", font, error)) {
@@ -819,5 +872,8 @@ int main(int argc, char **argv)
     for (size_t i = 0; ok && i < icons.size(); i++)
         ok = canvas_write(icons[i], gfx + "/" + icon_names[i] + ".png", 4);
     ok = ok && canvas_write(draw_contact_sheet(font, logo, icons), sheet, 3);
+    for (size_t i = 0; ok && i < APP_ICON_SIDES.size(); i++)
+        ok = canvas_write(draw_app_icon(font, APP_ICON_SIDES[i]),
+                          app_icons + "/icon-" + std::to_string(APP_ICON_SIDES[i]) + ".png", 4);
     return ok ? 0 : 1;
 }

@@ -1,19 +1,46 @@
 #!/usr/bin/env bash
-# Installs whatever Debian packages the build, the toy and the tests need and are missing.
-# Called by `make run` and `make test`; safe to call again (it does nothing when all are present).
+# Installs whatever Debian packages are needed and missing, for one of three uses:
+#   run      build the toy and start it, in a virtual X display when there is no display
+#            (`make run`, `make install`)
+#   package  the same, and build the Debian package (`make package`)
+#   test     everything: the tests, the benchmarks and the checkers of the installed files
+#            (`make test`, the default)
+# Safe to call again: it does nothing when all are present.
+# Usage: tools/install-deps.sh [run|package|test]
 set -euo pipefail
 
-packages=(
+run=(
   # build
   g++ cmake make pkg-config
   # the toy: SDL 1.2 API (sdl12-compat), SDL_image, SDL_mixer, OpenGL and Mesa's software renderer
   libsdl1.2-compat-dev libsdl-image1.2-dev libsdl-mixer1.2-dev libgl-dev libgl1-mesa-dri
-  # tests, benchmarks and the headless runner: GoogleTest, Google Benchmark, a virtual X display,
-  # input injection and Xlib for reading pixels back
-  libgtest-dev libgmock-dev libbenchmark-dev xvfb xauth xdotool libx11-dev zlib1g-dev
+  # the headless runner and the project's tools: a virtual X display, input injection, and Xlib
+  # and zlib for reading pixels back and writing PNGs
+  xvfb xauth xdotool libx11-dev zlib1g-dev
+)
+package=(
+  # CPack's DEB generator finds the shared libraries' packages with dpkg-shlibdeps
+  dpkg-dev
+)
+test=(
+  # GoogleTest and Google Benchmark
+  libgtest-dev libgmock-dev libbenchmark-dev
   # the Life engine's portability tests: an ARM cross compiler, and qemu to run what it builds
   g++-aarch64-linux-gnu qemu-user
+  # the fresh-clone test of `make run`, and the checkers of what `make install` and the package
+  # hold: the menu entry, the AppStream metainfo, the manual page, the package as a whole
+  git desktop-file-utils appstream man-db lintian
 )
+
+case "${1:-test}" in
+  run) packages=("${run[@]}") ;;
+  package) packages=("${run[@]}" "${package[@]}") ;;
+  test) packages=("${run[@]}" "${package[@]}" "${test[@]}") ;;
+  *)
+    echo "usage: $0 [run|package|test]" >&2
+    exit 2
+    ;;
+esac
 
 missing=()
 for p in "${packages[@]}"; do

@@ -1,11 +1,14 @@
 #!/usr/bin/env bash
 # Starts Lum Life from the project's root (its data files are read from the working directory).
 # With a display, it simply runs the toy. Without one (a server, a container, CI) it says so, runs
-# the toy for a few seconds inside a private virtual X display, saves a screenshot to a path it
-# prints, and stops the toy with Escape.
+# the toy for a few seconds inside a private virtual X display, saves a screenshot in the build
+# folder (BUILD_DIR/lumlife-screenshot.png), prints where, and stops the toy with Escape.
 # With --screenshot it makes the README's pictures in a private virtual X display: the toy starts
 # with a prepared grid and look, in a temporary HOME (never the user's), and is shot on its game
 # screen in landscape (OUT.png), then after F1 in portrait (OUT-portrait.png).
+# Its working files (the display's number, the logs, the temporary HOME, a runtime folder for the
+# sound libraries when the session has none) live in a folder under TMPDIR (else /tmp) that is
+# removed when it ends, whatever the outcome.
 # Usage: tools/run.sh BUILD_DIR [--screenshot OUT.png]
 set -euo pipefail
 
@@ -21,11 +24,11 @@ if [ -z "$shot" ] && [ -n "${DISPLAY:-}" ] && xdpyinfo >/dev/null 2>&1; then
   exec "$build/lumlife"
 fi
 
-work=$(mktemp -d /tmp/lumlife-run-XXXXXX)
+work=$(mktemp -d "${TMPDIR:-/tmp}/lumlife-run-XXXXXX")
 prepared=""
 if [ -z "$shot" ]; then
   echo "No display found: running Lum Life for a few seconds in a virtual X display."
-  shot="$work/screenshot.png"
+  shot="$build/lumlife-screenshot.png"
 else
   prepared=yes
 fi
@@ -33,9 +36,18 @@ mkdir -p "$(dirname "$shot")"
 
 xvfb_pid=""
 toy_pid=""
+# The toy and the display are stopped and waited for (Xvfb removes its lock file and socket in
+# /tmp as it ends), then the working folder goes
 cleanup() {
-  [ -n "$toy_pid" ] && kill "$toy_pid" 2>/dev/null || true
-  [ -n "$xvfb_pid" ] && kill "$xvfb_pid" 2>/dev/null || true
+  if [ -n "$toy_pid" ]; then
+    kill "$toy_pid" 2>/dev/null || true
+    wait "$toy_pid" 2>/dev/null || true
+  fi
+  if [ -n "$xvfb_pid" ]; then
+    kill "$xvfb_pid" 2>/dev/null || true
+    wait "$xvfb_pid" 2>/dev/null || true
+  fi
+  rm -rf "$work"
 }
 trap cleanup EXIT
 
@@ -148,10 +160,18 @@ shoot() {
 Xvfb -displayfd 3 -screen 0 1920x1080x24 -nolisten tcp -noreset 3>"$work/display" >"$work/xvfb.log" 2>&1 &
 xvfb_pid=$!
 if ! wait_for 20 test -s "$work/display"; then
-  echo "run: the virtual X display did not start (see $work/xvfb.log)" >&2
+  echo "run: the virtual X display did not start:" >&2
+  cat "$work/xvfb.log" >&2
   exit 1
 fi
 export DISPLAY=":$(head -n1 "$work/display")"
+
+# Without a runtime folder the sound libraries make one of their own in the temporary folder and
+# leave it there: the toy gets one inside the working folder, which goes with it
+if [ -z "${XDG_RUNTIME_DIR:-}" ]; then
+  export XDG_RUNTIME_DIR="$work/runtime"
+  mkdir -m 700 "$XDG_RUNTIME_DIR"
+fi
 
 if [ -n "$prepared" ]; then
   export HOME="$work/home"
@@ -162,14 +182,14 @@ fi
 "$build/lumlife" > >(tee "$work/lumlife.log") &
 toy_pid=$!
 if ! wait_for 30 logged "changed logic rate"; then
-  echo "run: the toy did not start its main loop (log: $work/lumlife.log)" >&2
+  echo "run: the toy did not start its main loop (its log is above)" >&2
   exit 1
 fi
 
 if [ -n "$prepared" ]; then
   # The game screen lays out its buttons once the title is over
   if ! wait_for 30 logged "buttons COUNTER"; then
-    echo "run: the toy did not reach its game screen (log: $work/lumlife.log)" >&2
+    echo "run: the toy did not reach its game screen (its log is above)" >&2
     exit 1
   fi
   shoot "$shot"
@@ -177,7 +197,7 @@ if [ -n "$prepared" ]; then
   # Keys go to the window under the pointer: there is no window manager
   xdotool mousemove 1 1 key F1
   if ! wait_for 30 logged "NEW LAYOUT 320x480 global_scale 1.000000 (320x480)"; then
-    echo "run: the toy did not turn to portrait (log: $work/lumlife.log)" >&2
+    echo "run: the toy did not turn to portrait (its log is above)" >&2
     exit 1
   fi
   portrait="${shot%.png}-portrait.png"
@@ -197,7 +217,5 @@ wait "$toy_pid" || status=$?
 toy_pid=""
 if [ -z "$prepared" ]; then
   echo "Screenshot saved: $shot"
-elif [ "$status" -eq 0 ]; then
-  rm -rf "$work"  # the temporary HOME and the log; kept when something went wrong
 fi
 exit "$status"

@@ -69,6 +69,19 @@ static std::string resolve_program(const std::string &name)
     return "";
 }
 
+// Each override replaces the variable of its name ("NAME=value") or removes it ("NAME")
+static void apply_overrides(std::vector<std::string> &env, const std::vector<std::string> &overrides)
+{
+    for (const std::string &o : overrides) {
+        std::string name = o.substr(0, o.find('='));
+        env.erase(std::remove_if(env.begin(), env.end(),
+                                 [&](const std::string &var) { return var.substr(0, var.find('=')) == name; }),
+                  env.end());
+        if (o.find('=') != std::string::npos)
+            env.push_back(o);
+    }
+}
+
 // The parent's environment with the private display, HOME and audio/video drivers
 static std::vector<std::string> child_environment(const std::string &display, const std::string &home,
                                                   const std::vector<std::string> &overrides)
@@ -86,15 +99,7 @@ static std::vector<std::string> child_environment(const std::string &display, co
     env.push_back("HOME=" + home);
     env.push_back("SDL_AUDIODRIVER=dummy");
     env.push_back("SDL_VIDEODRIVER=x11");
-    // Each override replaces the variable of its name ("NAME=value") or removes it ("NAME").
-    for (const std::string &o : overrides) {
-        std::string name = o.substr(0, o.find('='));
-        env.erase(std::remove_if(env.begin(), env.end(),
-                                 [&](const std::string &var) { return var.substr(0, var.find('=')) == name; }),
-                  env.end());
-        if (o.find('=') != std::string::npos)
-            env.push_back(o);
-    }
+    apply_overrides(env, overrides);
     return env;
 }
 
@@ -348,6 +353,41 @@ int process_xdotool(const std::string &display, const std::vector<std::string> &
     if (!done || !WIFEXITED(status))
         return -1;
     return WEXITSTATUS(status);
+}
+
+int process_run(const std::vector<std::string> &argv, const std::vector<std::string> &overrides, double seconds,
+                std::string &output)
+{
+    output.clear();
+    std::vector<std::string> env;
+    for (char **e = environ; *e; e++)
+        env.push_back(*e);
+    apply_overrides(env, overrides);
+    int fds[2];
+    if (pipe2(fds, O_CLOEXEC) != 0) {
+        output = std::string("pipe: ") + std::strerror(errno);
+        return -1;
+    }
+    PROCESS p;
+    std::string error;
+    p.pid = process_spawn(argv, env, fds[1], fds[1], -1, SIGKILL, error);
+    close(fds[1]);
+    p.out = fds[0];
+    if (p.pid < 0) {
+        process_stop(p);
+        output = error;
+        return -1;
+    }
+    bool ended = process_wait_exit(p, seconds);
+    int status = p.status;
+    process_stop(p);
+    for (const std::string &line : p.lines)
+        output += line + "\n";
+    if (!ended) {
+        output += "(" + argv[0] + " did not end within " + std::to_string(static_cast<int>(seconds)) + " s)\n";
+        return -1;
+    }
+    return status;
 }
 
 std::string process_temp_dir(const char *prefix)

@@ -1,7 +1,8 @@
 // process: child processes for tests. Starts a program with a private environment (a display,
 // a temporary HOME, the dummy audio driver) and its standard output on a pipe, reads its log
 // lines with timeouts, keeps every line read, waits for its exit, signals it and kills it on
-// teardown. Also runs xdotool against a given display.
+// teardown. Also runs xdotool against a given display, and any command to its end with its
+// output collected (make, the package tools).
 // Depends on: POSIX (fork, exec, poll, waitpid).
 #pragma once
 
@@ -67,6 +68,13 @@ std::string process_transcript(const PROCESS &p);
 // Run xdotool with `args` on `display` and wait for it; returns its exit status, or -1 if it
 // could not be started or did not finish within 30 seconds.
 int process_xdotool(const std::string &display, const std::vector<std::string> &args);
+
+// Run argv[0] (a path, or a name looked up in PATH) to its end with the parent's environment and
+// `overrides` (as process_start's), its standard output and error together in `output`. Returns
+// its wait status; -1 with the reason at the end of `output` when it could not be started or did
+// not end within `seconds` (then it is killed).
+int process_run(const std::vector<std::string> &argv, const std::vector<std::string> &overrides, double seconds,
+                std::string &output);
 
 // Low level: fork and exec argv[0] (resolved through PATH) with exactly the environment `env`.
 // In the child, `stdout_fd` and `stderr_fd` (when not -1) become its standard output and error,
