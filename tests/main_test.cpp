@@ -91,6 +91,30 @@ struct PIPE_CAPTURE {
     }
 };
 
+// Files may grow to 1000 bytes only while it lives, with the signal of the limit ignored: a
+// save's flush to the disk then fails as on a full disk
+struct FULL_DISK {
+    struct rlimit saved {};
+    void (*old_handler)(int) = SIG_DFL;
+    bool set = false;
+
+    FULL_DISK()
+    {
+        if (getrlimit(RLIMIT_FSIZE, &saved) != 0)
+            return;
+        struct rlimit small = saved;
+        small.rlim_cur = 1000;
+        old_handler = std::signal(SIGXFSZ, SIG_IGN);
+        set = setrlimit(RLIMIT_FSIZE, &small) == 0;
+    }
+
+    ~FULL_DISK()
+    {
+        setrlimit(RLIMIT_FSIZE, &saved);
+        std::signal(SIGXFSZ, old_handler);
+    }
+};
+
 std::string save_dir()
 {
     return test_home + "/.kobaltine/lumlife";
@@ -390,17 +414,12 @@ TEST_F(Settings, ADiskThatFillsDuringASaveLeavesTheOldFileUntouched)
 {
     std::vector<uint8_t> old(4172, 0x44);
     write_bytes(settings_path(), old);
-    // Files may grow to 1000 bytes only: the save's flush to the disk fails like on a full disk
-    struct rlimit saved;
-    ASSERT_EQ(getrlimit(RLIMIT_FSIZE, &saved), 0);
-    struct rlimit small = saved;
-    small.rlim_cur = 1000;
-    auto old_handler = std::signal(SIGXFSZ, SIG_IGN);
-    ASSERT_EQ(setrlimit(RLIMIT_FSIZE, &small), 0);
-    // NOTE: output is not captured here, since a capture goes to a file under the same limit
-    app_state_exit();
-    setrlimit(RLIMIT_FSIZE, &saved);
-    std::signal(SIGXFSZ, old_handler);
+    {
+        FULL_DISK full;
+        ASSERT_TRUE(full.set);
+        // NOTE: output is not captured here, since a capture goes to a file under the same limit
+        app_state_exit();
+    }
     EXPECT_EQ(read_bytes(settings_path()), old);
     struct stat st;
     EXPECT_NE(stat((settings_path() + ".new").c_str(), &st), 0) << "the unfinished file is removed";
@@ -413,17 +432,13 @@ TEST_F(Settings, ASaveThatCannotWriteSaysWhyAfterTheByteCount)
 {
     std::vector<uint8_t> old(4172, 0x45);
     write_bytes(settings_path(), old);
-    struct rlimit saved;
-    ASSERT_EQ(getrlimit(RLIMIT_FSIZE, &saved), 0);
-    struct rlimit small = saved;
-    small.rlim_cur = 1000;
-    auto old_handler = std::signal(SIGXFSZ, SIG_IGN);
     // Output goes into a pipe, which the file size limit does not touch
     PIPE_CAPTURE capture;
-    ASSERT_EQ(setrlimit(RLIMIT_FSIZE, &small), 0);
-    app_state_exit();
-    setrlimit(RLIMIT_FSIZE, &saved);
-    std::signal(SIGXFSZ, old_handler);
+    {
+        FULL_DISK full;
+        ASSERT_TRUE(full.set);
+        app_state_exit();
+    }
     std::string out = capture.finish();
     const size_t wrote = out.find("wrote ");
     const size_t failed = out.find("save failed: cannot write '" + settings_path() + ".new': File too large; the previous settings are kept\n");
