@@ -2,6 +2,9 @@
 # underneath; each first installs whatever Debian packages it needs and are missing
 # (tools/install-deps.sh).
 BUILD ?= build
+FUZZ_BUILD ?= $(BUILD)/fuzz
+FUZZ_SECONDS ?= 300
+FUZZ_TARGETS ?= settings rule wave atlas
 JOBS ?= $(shell nproc 2>/dev/null || echo 2)
 # Where `make install` puts the toy; DESTDIR, when given, is put in front of it (staged installs)
 PREFIX ?= /usr/local
@@ -11,7 +14,7 @@ DESTDIR ?=
 # (the project's defaults), on once `make test` or `make bench` has turned them on
 CONFIGURE = cmake -S . -B $(BUILD) -DCMAKE_BUILD_TYPE=RelWithDebInfo --log-level=WARNING
 
-.PHONY: run test bench screenshot art sounds build install uninstall package deps clean
+.PHONY: run test bench fuzz fuzz-seeds screenshot art sounds build install uninstall package deps clean
 
 # Only what running needs: the toy, and the screenshot tool for a machine without a display
 run:
@@ -26,6 +29,16 @@ test: build
 # Speed figures (Google Benchmark); never part of `make test`.
 bench: build
 	@for b in $(BUILD)/bench/*_bench; do echo "== $$b"; $$b || exit 1; done
+
+# The fuzz targets (tests/fuzz), built with clang in $(FUZZ_BUILD): each runs for FUZZ_SECONDS
+# (5 minutes by default). `make test` runs each for a bounded number of inputs.
+fuzz: deps
+	@tools/fuzz.sh build $(FUZZ_BUILD)
+	@for t in $(FUZZ_TARGETS); do echo "== fuzz_$$t"; tools/fuzz.sh timed $(FUZZ_BUILD) $$t $(FUZZ_SECONDS) || exit 1; done
+
+# The fuzz targets' seed corpora in tests/fuzz/corpus, made from the project's own files.
+fuzz-seeds:
+	@tools/fuzz-seeds.py
 
 # The README's screenshots, made in a virtual X display: docs/screenshot.png (landscape) and
 # docs/screenshot-portrait.png (after F1), with a prepared grid in a temporary HOME.

@@ -15,90 +15,21 @@
 #include <utility>
 
 #include "life.h"
+#include "life_reference.h"
 
 namespace {
 
 //----------------------------------------------------------------------------------
 // Helpers
 //----------------------------------------------------------------------------------
-// A whole grid, column-major like the engine's: the cell at column x, row y is byte x * 30 + y
-using Grid = std::array<uint8_t, LIFE_CELLS>;
-
 constexpr int RANDOM_DISCARD_BITS = 8;  // low bits of each rand() a random fill ignores
-
-uint8_t &at(Grid &grid, int x, int y)
-{
-    return grid[x * LIFE_H + y];
-}
-
-// The engine's grid, read through life_cell
-Grid read_grid()
-{
-    Grid grid{};
-    for (int x = 0; x < LIFE_W; x++)
-        for (int y = 0; y < LIFE_H; y++)
-            at(grid, x, y) = static_cast<uint8_t>(life_cell(x, y));
-    return grid;
-}
-
-// Put a whole grid into the engine through life_set_cell
-void write_grid(const Grid &grid)
-{
-    for (int x = 0; x < LIFE_W; x++)
-        for (int y = 0; y < LIFE_H; y++)
-            life_set_cell(x, y, grid[x * LIFE_H + y]);
-}
-
-// The next generation worked out cell by cell, a direct transcription of the rule: neighbours
-// outside the grid wrap, count as live or count as dead as border_mode says (anything but 1 and
-// 2 is dead), the column tested before the row, every list entry compared.
-Grid reference_step(const Grid &now)
-{
-    Grid next{};
-    for (int y = 0; y < LIFE_H; y++) {
-        for (int x = 0; x < LIFE_W; x++) {
-            int around = 0;
-            for (int dy = -1; dy <= 1; dy++) {
-                for (int dx = -1; dx <= 1; dx++) {
-                    if (dx == 0 && dy == 0)
-                        continue;
-                    int cx = x + dx;
-                    int cy = y + dy;
-                    if (cx < 0 || cx >= LIFE_W) {
-                        if (border_mode != LIFE_BORDER_WRAP) {
-                            around += border_mode == LIFE_BORDER_LIVE ? 1 : 0;
-                            continue;
-                        }
-                        cx = (cx + LIFE_W) % LIFE_W;
-                    }
-                    if (cy < 0 || cy >= LIFE_H) {
-                        if (border_mode != LIFE_BORDER_WRAP) {
-                            around += border_mode == LIFE_BORDER_LIVE ? 1 : 0;
-                            continue;
-                        }
-                        cy = (cy + LIFE_H) % LIFE_H;
-                    }
-                    around += now[cx * LIFE_H + cy] != 0 ? 1 : 0;
-                }
-            }
-            bool alive = now[x * LIFE_H + y] != 0;
-            const auto &rules = alive ? rules_survive : rules_birth;
-            uint8_t value = 0;
-            for (int32_t n : rules)
-                if (around == n)
-                    value = 1;
-            next[x * LIFE_H + y] = value;
-        }
-    }
-    return next;
-}
 
 // The grid a random fill at percent gives after srand(seed): rows outer, columns inner, the low
 // 8 bits of each draw dropped
-Grid seeded_fill(unsigned seed, int percent)
+LIFE_GRID seeded_fill(unsigned seed, int percent)
 {
     std::srand(seed);
-    Grid grid{};
+    LIFE_GRID grid{};
     for (int y = 0; y < LIFE_H; y++)
         for (int x = 0; x < LIFE_W; x++)
             at(grid, x, y) = (std::rand() >> RANDOM_DISCARD_BITS) % 100 < percent ? 1 : 0;
@@ -123,15 +54,15 @@ std::array<int32_t, LIFE_RULE_ENTRIES> rule_list(std::initializer_list<int32_t> 
 }
 
 // A grid holding only the given cells, set to 1
-Grid grid_of(std::initializer_list<std::pair<int, int>> live)
+LIFE_GRID grid_of(std::initializer_list<std::pair<int, int>> live)
 {
-    Grid grid{};
+    LIFE_GRID grid{};
     for (auto [x, y] : live)
         at(grid, x, y) = 1;
     return grid;
 }
 
-int live_count(const Grid &grid)
+int live_count(const LIFE_GRID &grid)
 {
     int count = 0;
     for (uint8_t b : grid)
@@ -141,7 +72,7 @@ int live_count(const Grid &grid)
 
 // A random grid: a random share of live cells, the live bytes all 1, all one other value (2,
 // 128, 255) or each any non-zero byte
-Grid random_grid(std::mt19937 &rng)
+LIFE_GRID random_grid(std::mt19937 &rng)
 {
     constexpr uint8_t LIVE_VALUES[] = {1, 2, 128, 255};
     std::uniform_int_distribution<int> percent(0, 100);
@@ -150,7 +81,7 @@ Grid random_grid(std::mt19937 &rng)
     std::uniform_int_distribution<int> draw(0, 99);
     int share = percent(rng);
     int kind = value_kind(rng);
-    Grid grid{};
+    LIFE_GRID grid{};
     for (uint8_t &b : grid)
         if (draw(rng) < share)
             b = static_cast<uint8_t>(kind < 4 ? LIVE_VALUES[kind] : any_byte(rng));
@@ -209,7 +140,7 @@ TEST_F(Life, CellsOutsideTheGridReadZero)
 
 TEST_F(Life, SettingACellOutsideTheGridReturnsZeroAndChangesNothing)
 {
-    Grid before = read_grid();
+    LIFE_GRID before = read_grid();
     EXPECT_EQ(life_set_cell(48, 0, 1), 0);
     EXPECT_EQ(life_set_cell(-1, 0, 1), 0);
     EXPECT_EQ(life_set_cell(0, 30, 1), 0);
@@ -224,7 +155,7 @@ TEST_F(Life, SettingACellChangesThatCellOnly)
     constexpr std::pair<int, int> PLACES[] = {{0, 0}, {47, 0}, {0, 29}, {47, 29}, {13, 17}};
     for (auto [x, y] : PLACES) {
         EXPECT_EQ(life_set_cell(x, y, 1), 1);
-        Grid expected{};
+        LIFE_GRID expected{};
         at(expected, x, y) = 1;
         EXPECT_EQ(read_grid(), expected) << "at " << x << ", " << y;
         life_set_cell(x, y, 0);
@@ -274,14 +205,14 @@ TEST_F(Life, InitSetsB3S23AndKeepsTheBorderAndTheFill)
     EXPECT_EQ(border_mode, LIFE_BORDER_LIVE);
     EXPECT_EQ(fill_percent, 0);
     EXPECT_EQ(life_step_count(), 0u);
-    EXPECT_EQ(read_grid(), Grid{});
+    EXPECT_EQ(read_grid(), LIFE_GRID{});
 }
 
 TEST_F(Life, InitFillsAtTheFillPercentage)
 {
     fill_percent = 100;
     life_init();
-    Grid full;
+    LIFE_GRID full;
     full.fill(1);
     EXPECT_EQ(read_grid(), full);
 }
@@ -292,7 +223,7 @@ TEST_F(Life, RandomFillFollowsTheSeededDrawOrder)
     constexpr int PERCENTS[] = {50, 20, 1, 99};
     for (unsigned seed : SEEDS) {
         for (int percent : PERCENTS) {
-            Grid expected = seeded_fill(seed, percent);
+            LIFE_GRID expected = seeded_fill(seed, percent);
             std::srand(seed);
             life_reset_random(percent);
             EXPECT_EQ(read_grid(), expected) << "seed " << seed << ", " << percent << " %";
@@ -302,14 +233,14 @@ TEST_F(Life, RandomFillFollowsTheSeededDrawOrder)
 
 TEST_F(Life, RandomFillAtZeroOrBelowClearsAndAtHundredOrAboveFills)
 {
-    Grid full;
+    LIFE_GRID full;
     full.fill(1);
     life_reset_random(0);
-    EXPECT_EQ(read_grid(), Grid{});
+    EXPECT_EQ(read_grid(), LIFE_GRID{});
     life_reset_random(100);
     EXPECT_EQ(read_grid(), full);
     life_reset_random(-5);
-    EXPECT_EQ(read_grid(), Grid{});
+    EXPECT_EQ(read_grid(), LIFE_GRID{});
     life_reset_random(150);
     EXPECT_EQ(read_grid(), full);
 }
@@ -324,7 +255,7 @@ TEST_F(Life, RandomFillResetsTheStepCount)
 TEST_F(Life, ResetFillsAtTheFillPercentage)
 {
     fill_percent = 30;
-    Grid expected = seeded_fill(7, 30);
+    LIFE_GRID expected = seeded_fill(7, 30);
     std::srand(7);
     life_set_step_count(5);
     life_reset();
@@ -342,7 +273,7 @@ TEST_F(Life, AStepAdvancesTheCounterByOneEvenWhenNothingChanges)
     EXPECT_EQ(life_step_count(), 1u);
     life_step_cells();
     EXPECT_EQ(life_step_count(), 2u);
-    EXPECT_EQ(read_grid(), Grid{});
+    EXPECT_EQ(read_grid(), LIFE_GRID{});
 }
 
 TEST_F(Life, TheStepCounterIsUnsignedAndWraps)
@@ -355,8 +286,8 @@ TEST_F(Life, TheStepCounterIsUnsignedAndWraps)
 
 TEST_F(Life, ABlinkerAcrossTheSeamOscillatesOnATorus)
 {
-    Grid across = grid_of({{47, 10}, {0, 10}, {1, 10}});
-    Grid upright = grid_of({{0, 9}, {0, 10}, {0, 11}});
+    LIFE_GRID across = grid_of({{47, 10}, {0, 10}, {1, 10}});
+    LIFE_GRID upright = grid_of({{0, 9}, {0, 10}, {0, 11}});
     life_reset_random(0);
     write_grid(across);
     life_step_cells();
@@ -367,8 +298,8 @@ TEST_F(Life, ABlinkerAcrossTheSeamOscillatesOnATorus)
 
 TEST_F(Life, ABlinkerAcrossTheTopAndBottomEdgeOscillatesOnATorus)
 {
-    Grid upright = grid_of({{20, 29}, {20, 0}, {20, 1}});
-    Grid across = grid_of({{19, 0}, {20, 0}, {21, 0}});
+    LIFE_GRID upright = grid_of({{20, 29}, {20, 0}, {20, 1}});
+    LIFE_GRID across = grid_of({{19, 0}, {20, 0}, {21, 0}});
     life_reset_random(0);
     write_grid(upright);
     life_step_cells();
@@ -383,7 +314,7 @@ TEST_F(Life, ABlinkerAcrossTheSeamDiesAtADeadBorder)
     life_reset_random(0);
     write_grid(grid_of({{47, 10}, {0, 10}, {1, 10}}));
     life_step_cells();
-    EXPECT_EQ(read_grid(), Grid{});
+    EXPECT_EQ(read_grid(), LIFE_GRID{});
 }
 
 TEST_F(Life, ALiveBorderBringsEdgeCellsToLifeButNotCorners)
@@ -415,10 +346,10 @@ TEST_F(Life, UnknownBorderModesStepLikeADeadBorder)
 {
     std::srand(99);
     life_reset_random(50);
-    Grid start = read_grid();
+    LIFE_GRID start = read_grid();
     border_mode = LIFE_BORDER_DEAD;
     life_step_cells();
-    Grid dead = read_grid();
+    LIFE_GRID dead = read_grid();
     border_mode = LIFE_BORDER_WRAP;
     write_grid(start);
     life_step_cells();
@@ -439,17 +370,17 @@ TEST_F(Life, AGliderOnTheTorusComesBackAfter960Generations)
     constexpr int START_X = 10;
     constexpr int START_Y = 5;
     auto glider_moved = [&](int cells_moved) {
-        Grid grid{};
+        LIFE_GRID grid{};
         for (auto [x, y] : GLIDER)
             at(grid, (START_X + x + cells_moved) % LIFE_W, (START_Y + y + cells_moved) % LIFE_H) = 1;
         return grid;
     };
-    Grid start = glider_moved(0);
+    LIFE_GRID start = glider_moved(0);
     life_reset_random(0);
     write_grid(start);
     for (int generation = 1; generation < 960; generation++) {
         life_step_cells();
-        Grid now = read_grid();
+        LIFE_GRID now = read_grid();
         ASSERT_EQ(live_count(now), 5) << "generation " << generation;
         ASSERT_NE(now, start) << "generation " << generation;
         if (generation % 4 == 0) {
@@ -514,7 +445,7 @@ TEST_F(Life, MatchesTheCellByCellRuleOnThousandsOfRandomGrids)
         border_mode = BORDER_MODES[mode(rng)];
         rules_birth = random_rule_list(rng);
         rules_survive = random_rule_list(rng);
-        Grid start = random_grid(rng);
+        LIFE_GRID start = random_grid(rng);
         write_grid(start);
         life_step_cells();
         ASSERT_EQ(read_grid(), reference_step(start)) << "grid " << i << ", border mode " << border_mode;
@@ -530,7 +461,7 @@ TEST_F(Life, MatchesTheCellByCellRuleOnTheFullAndTheEmptyRules)
             border_mode = mode;
             rules_birth = (lists & 1) != 0 ? ALL : rule_list({});
             rules_survive = (lists & 2) != 0 ? ALL : rule_list({});
-            Grid start = random_grid(rng);
+            LIFE_GRID start = random_grid(rng);
             write_grid(start);
             life_step_cells();
             ASSERT_EQ(read_grid(), reference_step(start)) << "border mode " << mode << ", lists " << lists;
@@ -548,7 +479,7 @@ TEST_F(Life, MatchesTheCellByCellRuleOverManyGenerations)
         // Every third run keeps Conway's rule, which stays busy for many generations
         rules_birth = run % 3 == 0 ? rule_list({3}) : random_rule_list(rng);
         rules_survive = run % 3 == 0 ? rule_list({2, 3}) : random_rule_list(rng);
-        Grid expected = random_grid(rng);
+        LIFE_GRID expected = random_grid(rng);
         write_grid(expected);
         for (int generation = 1; generation <= GENERATIONS; generation++) {
             life_step_cells();
@@ -570,7 +501,7 @@ TEST_F(Life, TheDefaultRuleReportsRightAfterInit)
 
 TEST_F(Life, TheEmptyStringChangesNothingAndReports)
 {
-    Grid before = read_grid();
+    LIFE_GRID before = read_grid();
     EXPECT_EQ(rule_report(""), "RULES: B3/S23, wrap border\nstep 0 (random fill %50)\n");
     EXPECT_EQ(read_grid(), before);
     EXPECT_EQ(border_mode, LIFE_BORDER_WRAP);
@@ -579,7 +510,7 @@ TEST_F(Life, TheEmptyStringChangesNothingAndReports)
 
 TEST_F(Life, ANullStringReadsAsTheEmptyString)
 {
-    Grid before = read_grid();
+    LIFE_GRID before = read_grid();
     EXPECT_EQ(rule_report(nullptr), "RULES: B3/S23, wrap border\nstep 0 (random fill %50)\n");
     EXPECT_EQ(read_grid(), before);
 }
@@ -596,9 +527,9 @@ TEST_F(Life, ANineEndsADigitListAndIsIgnored)
     EXPECT_EQ(rule_report("b9s"), "RULES: B/S, wrap border\nstep 0 (random fill %50)\n");
     EXPECT_EQ(rules_birth, rule_list({}));
     EXPECT_EQ(rules_survive, rule_list({}));
-    EXPECT_NE(read_grid(), Grid{});
+    EXPECT_NE(read_grid(), LIFE_GRID{});
     life_step_cells();
-    EXPECT_EQ(read_grid(), Grid{});
+    EXPECT_EQ(read_grid(), LIFE_GRID{});
 
     rule_report("s239b1");
     EXPECT_EQ(rules_survive, rule_list({2, 3}));
@@ -663,7 +594,7 @@ TEST_F(Life, LettersAreReadInAnyCase)
     EXPECT_EQ(rule_report("D"), "RULES: B36/S125, dead border\nstep 0 (random fill %50)\n");
     EXPECT_EQ(rule_report("W"), "RULES: B36/S125, wrap border\nstep 0 (random fill %50)\n");
     EXPECT_EQ(rule_report("F30"), "RULES: B36/S125, wrap border\nstep 0 (random fill %30)\n");
-    Grid expected = seeded_fill(11, 30);
+    LIFE_GRID expected = seeded_fill(11, 30);
     std::srand(11);
     rule_report("R");
     EXPECT_EQ(read_grid(), expected);
@@ -699,7 +630,7 @@ TEST_F(Life, TheReportStopsAListAtTheFirstEntryOutsideZeroToEight)
 TEST_F(Life, RResetsTheGridAndTheStepCount)
 {
     life_step_cells();
-    Grid expected = seeded_fill(3, 50);
+    LIFE_GRID expected = seeded_fill(3, 50);
     std::srand(3);
     EXPECT_EQ(rule_report("r"), "RULES: B3/S23, wrap border\nstep 0 (random fill %50)\n");
     EXPECT_EQ(read_grid(), expected);
@@ -709,8 +640,8 @@ TEST_F(Life, RResetsTheGridAndTheStepCount)
 // The fill in effect where the r stands is the one used
 TEST_F(Life, F20RFillsAtTwentyButRF20AtTheOldValue)
 {
-    Grid at20 = seeded_fill(21, 20);
-    Grid at50 = seeded_fill(21, 50);
+    LIFE_GRID at20 = seeded_fill(21, 20);
+    LIFE_GRID at50 = seeded_fill(21, 50);
     ASSERT_NE(at20, at50);
 
     std::srand(21);
@@ -762,7 +693,7 @@ TEST_F(Life, FReadsLeadingZerosAndZero)
     EXPECT_EQ(rule_report("f0"), "RULES: B3/S23, wrap border\nstep 0 (random fill %0)\n");
     EXPECT_EQ(fill_percent, 0);
     rule_report("f0r");
-    EXPECT_EQ(read_grid(), Grid{});
+    EXPECT_EQ(read_grid(), LIFE_GRID{});
 }
 
 TEST_F(Life, FWithoutADigitLeavesTheFillAlone)

@@ -30,6 +30,8 @@ test=(
   # the fresh-clone test of `make run`, and the checkers of what `make install` and the package
   # hold: the menu entry, the AppStream metainfo, the manual page, the package as a whole
   git desktop-file-utils appstream man-db lintian
+  # the fuzz targets: clang with its libFuzzer and sanitizer runtimes
+  clang libclang-rt-dev
 )
 
 case "${1:-test}" in
