@@ -90,6 +90,11 @@ void wrapper_handle_events()
         fake_platform.on_poll();
 }
 
+void wrapper_file_changed(const char *path)
+{
+    fake_platform.changed_files.emplace_back(path);
+}
+
 int wrapper_quit_requested()
 {
     return fake_platform.quit_requested;

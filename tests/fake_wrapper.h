@@ -25,6 +25,7 @@ struct FAKE_PLATFORM {
     void (*on_yield)();            // run after every yield has advanced the clock by 1 ms
     std::string title;             // the window caption set last; empty when none was set
     std::vector<std::string> urls; // every wrapper_open_url: "<hint> <url>"
+    std::vector<std::string> changed_files;  // every wrapper_file_changed path
     int sound_init_result;         // wrapper_sound_init's answer (1: opened)
     int sound_inits, sound_exits;  // wrapper_sound_init and wrapper_sound_exit calls
     unsigned sound_rate, sound_buffer;  // the arguments of the last wrapper_sound_init

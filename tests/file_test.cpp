@@ -25,6 +25,7 @@
 #include <vector>
 
 #include "capture.h"
+#include "fake_wrapper.h"
 #include "file.h"
 #include "lum.h"
 #include "wrapper_file.h"
@@ -88,7 +89,11 @@ class FileIo : public ::testing::Test {
 protected:
     std::string dir;
 
-    void SetUp() override { dir = make_temp_dir(); }
+    void SetUp() override
+    {
+        fake_platform_reset();
+        dir = make_temp_dir();
+    }
 
     void TearDown() override
     {
@@ -648,6 +653,8 @@ TEST_F(FileIo, RenameReplacesAnExistingTarget)
     EXPECT_FALSE(fs::exists(at("new.tmp")));
     EXPECT_EQ(read_bytes(at("settings.cfg")), (std::vector<uint8_t>{'n', 'e', 'w'}));
     EXPECT_EQ(log, Lines{"rename '" + at("new.tmp") + "' to '" + at("settings.cfg") + "'"});
+    EXPECT_EQ(fake_platform.changed_files, std::vector<std::string>{at("settings.cfg")})
+        << "the platform hears of the replaced file, so that a browser can copy it to its storage";
 }
 
 TEST_F(FileIo, RenameOfAMissingFileIsNegativeAndPrintsTheSystemError)
@@ -663,6 +670,7 @@ TEST_F(FileIo, RenameOfAMissingFileIsNegativeAndPrintsTheSystemError)
     EXPECT_LT(result, 0);
     EXPECT_EQ(errors, "file rename failed: No such file or directory\n");
     EXPECT_EQ(read_bytes(at("kept.cfg")), (std::vector<uint8_t>{1, 2}));
+    EXPECT_TRUE(fake_platform.changed_files.empty()) << "nothing changed, so there is nothing to copy";
 }
 
 TEST_F(FileIo, SyncPushesBufferedBytesToTheFile)

@@ -185,7 +185,9 @@ int file_rename(const char *from, const char *to)
     if (result < 0) {
         failed();
         std::perror("file rename failed");
+        return result;
     }
+    wrapper_file_changed(to);
     return result;
 }
 

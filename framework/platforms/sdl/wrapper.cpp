@@ -1,7 +1,7 @@
-// wrapper: the desktop platform layer over SDL 1.2 with an OpenGL context (see wrapper.h).
-// The only module that calls SDL: start and stop, the video mode, events into the input ring,
-// the clock, sleeping, buffer swaps, the view scale, and desktop substitutes that log and refuse
-// for services only handheld platforms have.
+// wrapper: the platform layer over SDL 1.2 with an OpenGL context (see wrapper.h): start and
+// stop, the video mode, events into the input ring, buffer swaps, the view scale, and substitutes
+// that log and refuse for services only handheld platforms have. The same code runs on the
+// desktop and, over Emscripten's SDL, in the browser; what differs is the host (wrapper_host).
 //
 // Index of this file:
 // [SECTION] Module state
@@ -12,19 +12,16 @@
 #include "wrapper.h"
 
 #include <GL/gl.h>
-#include <X11/Xlib.h>
 
 #include <algorithm>
-#include <csignal>
 #include <cstdio>
-#include <cstdlib>
-#include <cstring>
 
 #include "SDL.h"
 #include "draw.h"
 #include "input.h"
 #include "log.h"
 #include "plat_msg.h"
+#include "wrapper_host.h"
 #include "wrapper_music.h"
 
 //----------------------------------------------------------------------------------
@@ -41,7 +38,6 @@ static SDL_Joystick *joy = nullptr;  // opened at start and not read afterwards
 static int quit_requested = 0;       // set by a window close, a held Escape or a missing display
 static int save_requested = 0;       // set by a lost focus, a minimised window or a hang-up
 static void (*save_hook)() = nullptr;
-static volatile std::sig_atomic_t hangup = 0;  // set by the SIGHUP handler, served by the event poll
 
 //----------------------------------------------------------------------------------
 // [SECTION] Start and stop
@@ -55,19 +51,6 @@ static void start_sdl()
     SDL_Init(SDL_INIT_EVERYTHING & ~SDL_INIT_AUDIO);
     if (SDL_InitSubSystem(SDL_INIT_AUDIO) < 0)
         lum_logf("No audio device: %s\n", SDL_GetError());
-}
-
-// Whether SDL found a display to show a window on. Without one it falls back to drivers that
-// draw nowhere; those count only when the user asked for them by name (an empty name asks for
-// nothing).
-static bool has_display()
-{
-    char name[32] = "";
-    if (!SDL_WasInit(SDL_INIT_VIDEO) || !SDL_VideoDriverName(name, sizeof name))
-        return false;
-    bool invisible = std::strcmp(name, "offscreen") == 0 || std::strcmp(name, "dummy") == 0;
-    const char *asked = std::getenv("SDL_VIDEODRIVER");
-    return !invisible || (asked && *asked);
 }
 
 // The desktop's answer to every request for a platform service: there is no store and no score
@@ -84,43 +67,13 @@ static int replier_for_plat_msg(PLAT_MSG *msg)
     return PLAT_MSG_CODE_ABORT;
 }
 
-// A hang-up (the terminal the toy was started from closed): only noted here; the event poll asks
-// for a save and the end, so that both happen on the main thread
-static void on_hangup(int)
-{
-    hangup = 1;
-}
-
-// The display is gone or refuses the window (destroyed from outside): nothing more can be shown,
-// so save what can be kept, say so, and end. Xlib would end the process after this anyway.
-[[noreturn]] static void display_lost(const char *what)
-{
-    lum_logf("display lost (%s): saving and quitting\n", what);
-    if (save_hook)
-        save_hook();
-    std::fflush(stdout);
-    std::_Exit(1);
-}
-
-static int on_x_error(Display *, XErrorEvent *error)
-{
-    char text[WRAPPER_CALL_BUFFER] = "";
-    std::snprintf(text, sizeof text, "X error %d", static_cast<int>(error->error_code));
-    display_lost(text);
-}
-
-static int on_x_io_error(Display *)
-{
-    display_lost("X connection closed");
-}
-
 // Start the platform. Without a display there is nothing to show and no way to receive input, so
 // the main loop is asked to end at once instead of running unseen.
 int wrapper_init()
 {
     start_sdl();
-    std::signal(SIGHUP, on_hangup);
-    if (!has_display()) {
+    wrapper_host_init();
+    if (!wrapper_host_has_display()) {
         lum_log("No display found: quitting");
         quit_requested = 1;
     }
@@ -164,9 +117,7 @@ int wrapper_set_graphics(int w, int h, int depth, int fullscreen)
     Uint32 flags = SDL_OPENGL | (fullscreen ? SDL_FULLSCREEN : 0);
     if (!SDL_SetVideoMode(display_w, display_h, depth, flags))
         return -1;
-    // Installed after SDL has set up its own, so that an error of the lost window reaches them
-    XSetErrorHandler(on_x_error);
-    XSetIOErrorHandler(on_x_io_error);
+    wrapper_host_window_opened();
     draw_reset();
     wrapper_reset_opengl_matrix(0.0f, 0.0f);
     fullscreen_ = fullscreen;
@@ -313,17 +264,28 @@ void wrapper_handle_events()
     }
     if (keys[K_ESC])
         quit_requested = 1;
-    if (hangup) {
-        hangup = 0;
-        lum_log("SIGHUP: saving and quitting");
+    switch (wrapper_host_poll()) {
+    case WRAPPER_HOST_SAVE:
+        save_requested = 1;
+        break;
+    case WRAPPER_HOST_SAVE_AND_END:
         save_requested = 1;
         quit_requested = 1;
+        break;
+    default:
+        break;
     }
 }
 
 void wrapper_set_save_hook(void (*save)())
 {
     save_hook = save;
+}
+
+void wrapper_run_save_hook()
+{
+    if (save_hook)
+        save_hook();
 }
 
 int wrapper_take_save_request()
@@ -365,11 +327,11 @@ int wrapper_tweet_finish()
     return -1;
 }
 
-// The desktop build does not open a browser
+// The desktop build does not open a browser; the browser's opens a new tab
 int wrapper_open_url(int hint, const char *url)
 {
     lum_logf("OPEN URL (hint %d): %s\n", hint, url ? url : "");
-    return -1;
+    return url ? wrapper_host_open_url(hint, url) : -1;
 }
 
 int wrapper_copy_data_to_clipboard(const char *hint, const void *data, int size)

@@ -37,6 +37,10 @@ const char *wrapper_file_save_path();  // each ends in "/"
 const char *wrapper_file_temp_path();
 const char *wrapper_file_doc_path();
 int wrapper_mkdir(const char *path);   // mode 0777 before the umask; the system result
+// A per-user file was replaced (a save renamed into place): where the platform keeps such files
+// somewhere the program's writes do not reach at once (the browser's IndexedDB), it copies them
+// there now. Nothing on the desktop, where the write is on the disk already.
+void wrapper_file_changed(const char *path);
 // What is at a path, looked at without opening it (so a FIFO cannot block): WRAPPER_FILE_*
 int wrapper_file_kind(const char *path);
 const char *wrapper_file_kind_name(int kind);  // "a regular file", "a directory", "a FIFO", ...

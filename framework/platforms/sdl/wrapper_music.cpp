@@ -1,8 +1,9 @@
-// wrapper_music: the platform's audio output over SDL_mixer (see wrapper_music.h).
+// wrapper_music: the platform's audio mix and music over SDL_mixer (see wrapper_music.h). The
+// device itself is opened by wrapper_stream, which differs between the desktop and the browser.
 //
 // Index of this file:
 // [SECTION] Module state
-// [SECTION] The stream
+// [SECTION] The mix
 // [SECTION] The post-mix callback
 // [SECTION] Music
 #include "wrapper_music.h"
@@ -22,71 +23,23 @@
 //----------------------------------------------------------------------------------
 // [SECTION] Module state
 //----------------------------------------------------------------------------------
-constexpr int WRAPPER_SOUND_CHANNELS = 2;          // interleaved stereo
 constexpr unsigned WRAPPER_SOUND_BITS = 16;        // signed 16-bit little-endian samples
 constexpr int WRAPPER_MUSIC_FULL = MIX_MAX_VOLUME; // SDL_mixer's full music volume, 128
 
 static Mix_Music *music = nullptr;   // the music playing, or null
 static unsigned sample_rate_ = 0;    // the stream's rate as opened
-static int init = 0;                 // the stream was opened
 
 //----------------------------------------------------------------------------------
-// [SECTION] The stream
+// [SECTION] The mix
 //----------------------------------------------------------------------------------
-// Pause every channel and close the device, if it is open.
-// NOTE: SDL_mixer frees its channels when it closes, and pausing them after that reads freed
-// memory; so nothing is paused or closed unless the device is open.
-static void close_device()
+// The sample voices and the synthesiser start afresh at the stream's rate, with the callback held
+void wrapper_mix_start(unsigned rate)
 {
-    if (!Mix_QuerySpec(nullptr, nullptr, nullptr))
-        return;
-    Mix_Pause(-1);
-    Mix_CloseAudio();
-}
-
-// Open the stream at `samplerate` Hz with blocks of `bufsize` frames (derived from the rate when
-// 0: 512 at 22050 Hz). The sample voices and the synthesiser start afresh at the stream's rate.
-// NOTE: a device that cannot be opened (none at all, or held by another program) is reported
-// once and answered with -1, so the framework's sound switches stay off and every sound call
-// is harmless; when SDL's audio could not start at all, the platform has already said so.
-int wrapper_sound_init(unsigned samplerate, unsigned bufsize)
-{
-    unsigned rate = samplerate ? samplerate : WRAPPER_SOUND_RATE;
-    if (samplerate == 0 && bufsize == 0 && init)
-        return 2;
-    if (bufsize == 0)
-        bufsize = static_cast<unsigned>(rate / static_cast<double>(WRAPPER_SOUND_RATE) * WRAPPER_SOUND_BLOCK);
-    lum_logf("stream setting %dhz, %d byte update\n", static_cast<int>(rate), static_cast<int>(bufsize));
-    if (!SDL_WasInit(SDL_INIT_AUDIO))
-        return -1;
-    close_device();
-    init = 0;
-    if (Mix_OpenAudio(static_cast<int>(rate), AUDIO_S16LSB, WRAPPER_SOUND_CHANNELS, static_cast<int>(bufsize)) < 0) {
-        lum_logf("No audio device: %s\n", Mix_GetError());
-        return -1;
-    }
     wrapper_lock_audio();
     sample_rate_ = rate;
     wave_init(rate, WRAPPER_SOUND_BITS);
     syn_init(&synraw, static_cast<int>(rate), 1.0f, SYN_MAX_STAGES);
     wrapper_unlock_audio();
-    Mix_RegisterEffect(MIX_CHANNEL_POST, mixaudio, nullptr, nullptr);
-    lum_log("START audio STREAM");
-    Mix_Resume(-1);
-    init = 1;
-    return 1;
-}
-
-// Pause every channel and close the device; the music goes with it
-void wrapper_sound_exit()
-{
-    if (music) {
-        Mix_HaltMusic();
-        Mix_FreeMusic(music);
-        music = nullptr;
-    }
-    close_device();
-    init = 0;
 }
 
 //----------------------------------------------------------------------------------
@@ -156,13 +109,6 @@ int wrapper_play_music(const char *filename)
     return wrapper_play_music_ex(filename, -1);
 }
 
-int wrapper_set_music_position(float seconds)
-{
-    Mix_RewindMusic();
-    Mix_SetMusicPosition(seconds);
-    return 1;
-}
-
 void wrapper_pause_music()
 {
     Mix_PauseMusic();
@@ -171,6 +117,16 @@ void wrapper_pause_music()
 void wrapper_resume_music()
 {
     Mix_ResumeMusic();
+}
+
+// Stop and free the music, if any (the stream is closing)
+void wrapper_music_release()
+{
+    if (music) {
+        Mix_HaltMusic();
+        Mix_FreeMusic(music);
+        music = nullptr;
+    }
 }
 
 void wrapper_music_volume(float volume)

@@ -2,6 +2,9 @@
 // Opens the stream (signed 16-bit stereo), installs the one post-mix callback that adds the
 // framework's own sound to every block (the optional glitch hook, the sample voices, the effect
 // slots and the synthesiser) and plays background music through SDL_mixer's music channel.
+// The mix and the music are wrapper_music.cpp; the device is wrapper_stream.cpp, which on the
+// desktop opens it through SDL_mixer and in the browser through SDL's own audio (whose mixer
+// has no post-mix hook): both call the same mixaudio.
 // The unit tests replace it with the platform's test double.
 // Depends on: log (log lines), lum_settings (the audio switches), synth and synth_effects (rendered
 // and advanced in the callback), wav-play (mixed in the callback), wrapper_system (the audio lock).
@@ -14,6 +17,22 @@ constexpr unsigned WRAPPER_SOUND_RATE = 22050;    // the stream rate when none i
 constexpr unsigned WRAPPER_SOUND_BLOCK = 512;     // frames a block at 22050 Hz; scales with the rate
 
 //----------------------------------------------------------------------------------
+// Shared helpers
+//----------------------------------------------------------------------------------
+// The rate a stream opens at: the one asked for, or the default for 0
+constexpr unsigned wrapper_sound_rate(unsigned samplerate)
+{
+    return samplerate ? samplerate : WRAPPER_SOUND_RATE;
+}
+
+// The block a stream uses: the one asked for, or for 0 one that scales with the rate (512 frames
+// at 22050 Hz, 1024 at 44100 Hz), truncated
+constexpr unsigned wrapper_sound_block(unsigned rate, unsigned bufsize)
+{
+    return bufsize ? bufsize : static_cast<unsigned>(rate / static_cast<double>(WRAPPER_SOUND_RATE) * WRAPPER_SOUND_BLOCK);
+}
+
+//----------------------------------------------------------------------------------
 // Functions
 //----------------------------------------------------------------------------------
 // Open the stream; 0 for either argument takes the default. Returns 1 when opened, 2 when
@@ -22,6 +41,8 @@ constexpr unsigned WRAPPER_SOUND_BLOCK = 512;     // frames a block at 22050 Hz;
 int wrapper_sound_init(unsigned samplerate, unsigned bufsize);
 void wrapper_sound_exit();                                   // pause everything and close the device
 void mixaudio(int chan, void *stream, int len, void *udata); // the post-mix callback; len in bytes
+void wrapper_mix_start(unsigned rate);  // the voices and synthesiser afresh at a new stream's rate
+void wrapper_music_release();           // stop and free the music (the stream is closing)
 
 // Music: a file SDL_mixer can decode, played on its own channel under the mix
 int wrapper_play_music_ex(const char *filename, int loops);  // null stops and frees the music (0); else 1
