@@ -2,6 +2,9 @@
 # underneath; each first installs whatever Debian packages it needs and are missing
 # (tools/install-deps.sh).
 BUILD ?= build
+WEB_BUILD ?= build-web
+# The address `make serve` serves the browser build on
+WEB_PORT ?= 8000
 FUZZ_BUILD ?= $(BUILD)/fuzz
 FUZZ_SECONDS ?= 300
 FUZZ_TARGETS ?= settings rule wave atlas
@@ -14,7 +17,7 @@ DESTDIR ?=
 # (the project's defaults), on once `make test` or `make bench` has turned them on
 CONFIGURE = cmake -S . -B $(BUILD) -DCMAKE_BUILD_TYPE=RelWithDebInfo --log-level=WARNING
 
-.PHONY: run test bench fuzz fuzz-seeds screenshot art sounds build install uninstall package deps clean
+.PHONY: run test bench web serve fuzz fuzz-seeds screenshot art sounds build install uninstall package deps clean
 
 # Only what running needs: the toy, and the screenshot tool for a machine without a display
 run:
@@ -29,6 +32,19 @@ test: build
 # Speed figures (Google Benchmark); never part of `make test`.
 bench: build
 	@for b in $(BUILD)/bench/*_bench; do echo "== $$b"; $$b || exit 1; done
+
+# The toy for the browser, compiled with Emscripten into $(WEB_BUILD): index.html, lumlife.js,
+# lumlife.wasm and lumlife.data (dist/web). Debian's Emscripten finds its JavaScript modules only
+# through NODE_PATH.
+web:
+	@tools/install-deps.sh web
+	@NODE_PATH=/usr/share/nodejs emcmake cmake -S . -B $(WEB_BUILD) -DCMAKE_BUILD_TYPE=Release --log-level=WARNING >/dev/null
+	@NODE_PATH=/usr/share/nodejs cmake --build $(WEB_BUILD) -j $(JOBS)
+
+# The browser build served on this machine only; open the address it prints
+serve: web
+	@echo "Lum Life: http://127.0.0.1:$(WEB_PORT)/"
+	@python3 -m http.server --bind 127.0.0.1 --directory $(WEB_BUILD) $(WEB_PORT)
 
 # The fuzz targets (tests/fuzz), built with clang in $(FUZZ_BUILD): each runs for FUZZ_SECONDS
 # (5 minutes by default). `make test` runs each for a bounded number of inputs.
@@ -89,4 +105,4 @@ deps:
 	@tools/install-deps.sh test
 
 clean:
-	rm -rf $(BUILD)
+	rm -rf $(BUILD) $(WEB_BUILD)

@@ -3,10 +3,11 @@
 #   run      build the toy and start it, in a virtual X display when there is no display
 #            (`make run`, `make install`)
 #   package  the same, and build the Debian package (`make package`)
+#   web      build the toy for the browser and serve it (`make web`, `make serve`)
 #   test     everything: the tests, the benchmarks and the checkers of the installed files
 #            (`make test`, the default)
 # Safe to call again: it does nothing when all are present.
-# Usage: tools/install-deps.sh [run|package|test]
+# Usage: tools/install-deps.sh [run|package|web|test]
 set -euo pipefail
 
 run=(
@@ -22,6 +23,10 @@ package=(
   # CPack's DEB generator finds the shared libraries' packages with dpkg-shlibdeps
   dpkg-dev
 )
+web=(
+  # Emscripten (its own SDL 1.2 API, OpenGL emulation and system libraries, all offline)
+  emscripten
+)
 test=(
   # GoogleTest and Google Benchmark
   libgtest-dev libgmock-dev libbenchmark-dev
@@ -32,14 +37,17 @@ test=(
   git desktop-file-utils appstream man-db lintian
   # the fuzz targets: clang with its libFuzzer and sanitizer runtimes
   clang libclang-rt-dev
+  # the browser tests: headless Chromium driven over the DevTools protocol
+  chromium python3-websocket
 )
 
 case "${1:-test}" in
   run) packages=("${run[@]}") ;;
   package) packages=("${run[@]}" "${package[@]}") ;;
-  test) packages=("${run[@]}" "${package[@]}" "${test[@]}") ;;
+  web) packages=("${web[@]}") ;;
+  test) packages=("${run[@]}" "${package[@]}" "${web[@]}" "${test[@]}") ;;
   *)
-    echo "usage: $0 [run|package|test]" >&2
+    echo "usage: $0 [run|package|web|test]" >&2
     exit 2
     ;;
 esac

@@ -10,9 +10,9 @@
 #include "calc.h"
 
 #include <algorithm>
-#include <bit>
 #include <cmath>
 #include <cstdint>
+#include <cstring>
 
 #include "sine.h"
 
@@ -32,8 +32,11 @@ constexpr double COSINE_PHASE = 90.0;         // the cosine of d is the table's 
 // is a tiny positive number, not 0.
 float calc_fsqrt(float number)
 {
-    uint32_t bits = FSQRT_MAGIC - (std::bit_cast<uint32_t>(number) >> 1);
-    float g = std::bit_cast<float>(bits);
+    uint32_t bits;
+    std::memcpy(&bits, &number, sizeof bits);
+    bits = FSQRT_MAGIC - (bits >> 1);
+    float g;
+    std::memcpy(&g, &bits, sizeof g);
     return 1.0f / (g * (1.5f - 0.5f * number * g * g));
 }
 

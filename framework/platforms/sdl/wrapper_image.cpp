@@ -66,10 +66,19 @@ static uint32_t raw_pixel(const SDL_Surface *surface, int x, int y)
     }
 }
 
-// Whether pixel (x, y) of a surface is its colour key
+// Whether pixel (x, y) of a surface is its colour key.
+// NOTE: in the browser, images are decoded by the browser into pixels with alpha, never with a
+// colour key, and Emscripten's SDL declares a pixel format without one.
 static bool is_colour_key(const SDL_Surface *surface, int x, int y)
 {
+#ifdef __EMSCRIPTEN__
+    (void)surface;
+    (void)x;
+    (void)y;
+    return false;
+#else
     return (surface->flags & SDL_SRCCOLORKEY) && raw_pixel(surface, x, y) == surface->format->colorkey;
+#endif
 }
 
 //----------------------------------------------------------------------------------
@@ -90,19 +99,29 @@ uint8_t *wrapper_load_rgba(const char *path, int *w, int *h)
         lum_logf("image '%s' load failed\n", path ? path : NO_PATH);
         return nullptr;
     }
+    // NOTE: in the browser, the decoder gives 32-bit surfaces with alpha already, and Emscripten's
+    // SDL can neither convert nor lock a surface once the window uses OpenGL (it keeps only the
+    // pixels, in memory), so there the loaded surface is read as it is.
+#ifdef __EMSCRIPTEN__
+    SDL_Surface *readable = loaded.get();
+    const bool locked = true;
+#else
     SURFACE_PTR converted(SDL_DisplayFormatAlpha(loaded.get()));
     if (!converted) {
         lum_logf("image '%s' SDL surface error\n", path);
         return nullptr;
     }
+    SDL_Surface *readable = converted.get();
     SURFACE_LOCK source(loaded.get());
-    SURFACE_LOCK target(converted.get());
-    if (!source.locked || !target.locked) {
+    SURFACE_LOCK target(readable);
+    const bool locked = source.locked && target.locked;
+#endif
+    if (!locked) {
         lum_logf("image '%s' SDL surface error\n", path);
         return nullptr;
     }
-    int width = converted->w;
-    int height = converted->h;
+    int width = readable->w;
+    int height = readable->h;
     int64_t bytes = static_cast<int64_t>(width) * height * RGBA_BYTES;
     uint8_t *pixels = bytes <= INT_MAX ? static_cast<uint8_t *>(std::malloc(static_cast<size_t>(bytes))) : nullptr;
     if (!pixels) {
@@ -122,7 +141,7 @@ uint8_t *wrapper_load_rgba(const char *path, int *w, int *h)
                 std::memset(out, 0, RGBA_BYTES);
                 continue;
             }
-            SDL_GetRGBA(raw_pixel(converted.get(), x, y), converted->format, &out[0], &out[1], &out[2], &out[3]);
+            SDL_GetRGBA(raw_pixel(readable, x, y), readable->format, &out[0], &out[1], &out[2], &out[3]);
         }
     }
     return pixels;

@@ -1,0 +1,137 @@
+// wrapper_host: the browser page under the SDL layer (see wrapper_host.h), with Emscripten.
+// - The per-user folder ($HOME/.kobaltine) lives in the browser's IndexedDB (Emscripten's IDBFS):
+//   it is read back at start, and copied there after every save.
+// - The page has no way to stop a tab from closing, so when it is hidden or left (the tab closed,
+//   reloaded or put in the background) the application's save runs at once, from the page's own
+//   event, and is copied to IndexedDB.
+// - Links open in a new tab.
+#include "wrapper_host.h"
+
+#include <emscripten.h>
+
+#include <cstdlib>
+#include <string>
+
+#include "log.h"
+#include "wrapper_file.h"
+#include "wrapper_system.h"
+
+//----------------------------------------------------------------------------------
+// Module state
+//----------------------------------------------------------------------------------
+constexpr const char *WRAPPER_WEB_FOLDER = "/.kobaltine";  // under HOME: the per-user folder
+constexpr double WRAPPER_WEB_SYNC_WAIT = 10.0;             // seconds start-up waits for IndexedDB
+
+//----------------------------------------------------------------------------------
+// The page's side
+//----------------------------------------------------------------------------------
+// Mount IndexedDB's copy of the per-user folder and start reading it in; Module.lumSynced is set
+// to 1 when it is in, or to 2 when the browser has no IndexedDB for this page (then saves last
+// only as long as the page).
+EM_JS(void, web_mount_saves, (const char *folder), {
+    var path = UTF8ToString(folder);
+    Module.lumSynced = 0;
+    try {
+        FS.mkdirTree(path);
+        FS.mount(IDBFS, {}, path);
+        FS.syncfs(true, function(error) {
+            if (error)
+                console.log("IndexedDB: " + error);
+            Module.lumSynced = error ? 2 : 1;
+        });
+    } catch (error) {
+        console.log("IndexedDB: " + error);
+        Module.lumSynced = 2;
+    }
+});
+
+EM_JS(int, web_saves_synced, (), { return Module.lumSynced | 0; });
+
+// Copy the per-user folder to IndexedDB; one copy at a time, and one more if a save came meanwhile
+EM_JS(void, web_store_saves, (), {
+    if (Module.lumSynced !== 1)
+        return;
+    if (Module.lumStoring) {
+        Module.lumStoreAgain = true;
+        return;
+    }
+    Module.lumStoring = true;
+    FS.syncfs(false, function done(error) {
+        if (error)
+            console.log("IndexedDB: " + error);
+        if (Module.lumStoreAgain) {
+            Module.lumStoreAgain = false;
+            FS.syncfs(false, done);
+            return;
+        }
+        Module.lumStoring = false;
+        Module.lumStored = (Module.lumStored | 0) + 1;
+    });
+});
+
+// The page being hidden or left: save now, from the event itself
+EM_JS(void, web_watch_page, (), {
+    var save = function() { Module.ccall("wrapper_web_page_hidden", null, [], []); };
+    document.addEventListener("visibilitychange", function() {
+        if (document.visibilityState === "hidden")
+            save();
+    });
+    window.addEventListener("pagehide", save);
+});
+
+EM_JS(void, web_open_tab, (const char *url), {
+    window.open(UTF8ToString(url), "_blank", "noopener");
+});
+
+// Called by the page's handlers above
+extern "C" EMSCRIPTEN_KEEPALIVE void wrapper_web_page_hidden()
+{
+    lum_log("page hidden: saving");
+    wrapper_run_save_hook();
+}
+
+//----------------------------------------------------------------------------------
+// The host
+//----------------------------------------------------------------------------------
+// Mount the saved files and wait (yielding to the page) until they are read in, so that the
+// application's first read finds them
+void wrapper_host_init()
+{
+    const char *home = std::getenv("HOME");
+    const std::string folder = std::string(home && *home ? home : "/home/web_user") + WRAPPER_WEB_FOLDER;
+    web_mount_saves(folder.c_str());
+    const double start = wrapper_get_seconds();
+    while (!web_saves_synced() && wrapper_get_seconds() - start < WRAPPER_WEB_SYNC_WAIT)
+        wrapper_delay(0.01);
+    if (web_saves_synced() == 1)
+        lum_logf("saved files: IndexedDB at '%s'\n", folder.c_str());
+    else
+        lum_log("saved files: no IndexedDB, saves last only while the page is open");
+    web_watch_page();
+}
+
+bool wrapper_host_has_display()
+{
+    return true;
+}
+
+void wrapper_host_window_opened()
+{
+}
+
+// The page's own events save at once, so nothing waits for the next tick
+int wrapper_host_poll()
+{
+    return WRAPPER_HOST_NOTHING;
+}
+
+int wrapper_host_open_url(int, const char *url)
+{
+    web_open_tab(url);
+    return 0;
+}
+
+void wrapper_file_changed(const char *)
+{
+    web_store_saves();
+}

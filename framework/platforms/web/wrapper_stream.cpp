@@ -1,0 +1,83 @@
+// wrapper_stream: the browser's audio device (see wrapper_music.h). Emscripten's SDL_mixer has no
+// post-mix hook, so the stream is opened with SDL's own audio, whose callback starts each block
+// in silence and hands it to the same mixaudio the desktop's mixer calls. Emscripten resumes the
+// page's audio at the first click or key (browsers keep it silent until then).
+#include <emscripten.h>
+
+#include <cstring>
+
+#include "SDL.h"
+#include "log.h"
+#include "wrapper_music.h"
+
+//----------------------------------------------------------------------------------
+// Module state
+//----------------------------------------------------------------------------------
+constexpr int WRAPPER_SOUND_CHANNELS = 2;  // interleaved stereo
+
+static int init = 0;  // the stream was opened
+
+//----------------------------------------------------------------------------------
+// The stream
+//----------------------------------------------------------------------------------
+static void fill_block(void *, Uint8 *stream, int len)
+{
+    std::memset(stream, 0, static_cast<size_t>(len));
+    mixaudio(0, stream, len, nullptr);
+}
+
+static void close_device()
+{
+    if (!init)
+        return;
+    SDL_PauseAudio(1);
+    SDL_CloseAudio();
+}
+
+// Open the stream as the desktop does; the same log lines and answers
+int wrapper_sound_init(unsigned samplerate, unsigned bufsize)
+{
+    if (samplerate == 0 && bufsize == 0 && init)
+        return 2;
+    const unsigned rate = wrapper_sound_rate(samplerate);
+    bufsize = wrapper_sound_block(rate, bufsize);
+    lum_logf("stream setting %dhz, %d byte update\n", static_cast<int>(rate), static_cast<int>(bufsize));
+    wrapper_sound_exit();
+    SDL_AudioSpec wanted = {};
+    wanted.freq = static_cast<int>(rate);
+    wanted.format = AUDIO_S16LSB;
+    wanted.channels = WRAPPER_SOUND_CHANNELS;
+    wanted.samples = static_cast<Uint16>(bufsize);
+    wanted.callback = fill_block;
+    if (SDL_OpenAudio(&wanted, nullptr) < 0) {
+        lum_logf("No audio device: %s\n", SDL_GetError());
+        return -1;
+    }
+    wrapper_mix_start(rate);
+    lum_log("START audio STREAM");
+    SDL_PauseAudio(0);
+    init = 1;
+    return 1;
+}
+
+void wrapper_sound_exit()
+{
+    wrapper_music_release();
+    close_device();
+    init = 0;
+}
+
+//----------------------------------------------------------------------------------
+// Music position
+//----------------------------------------------------------------------------------
+// The browser's music is an audio element: its position is set directly
+EM_JS(void, web_music_position, (double seconds), {
+    if (SDL.music && SDL.music.audio)
+        SDL.music.audio.currentTime = seconds;
+});
+
+int wrapper_set_music_position(float seconds)
+{
+    web_music_position(seconds);
+    return 1;
+}
