@@ -1,6 +1,8 @@
 // fake_wrapper: a test double of the platform layer (see fake_wrapper.h).
 #include "fake_wrapper.h"
 
+#include <unistd.h>
+
 #include "wrapper.h"
 #include "wrapper_image.h"
 #include "wrapper_music.h"
@@ -88,6 +90,11 @@ void wrapper_handle_events()
     fake_platform.polls++;
     if (fake_platform.on_poll)
         fake_platform.on_poll();
+}
+
+int wrapper_file_sync(int fd)
+{
+    return fsync(fd);
 }
 
 void wrapper_file_changed(const char *path)

@@ -1,7 +1,6 @@
 // file: all file access of the framework and the application (see file.h).
 #include "file.h"
 
-#include <unistd.h>
 
 #include <cerrno>
 #include <cstdint>
@@ -195,7 +194,7 @@ int file_rename(const char *from, const char *to)
 // stream that cannot be synchronised (a pipe) gives -1
 int file_sync(FILE *stream)
 {
-    if (std::fflush(stream) != 0 || fsync(fileno(stream)) != 0) {
+    if (std::fflush(stream) != 0 || wrapper_file_sync(fileno(stream)) != 0) {
         failed();
         return -1;
     }

@@ -37,6 +37,10 @@ const char *wrapper_file_save_path();  // each ends in "/"
 const char *wrapper_file_temp_path();
 const char *wrapper_file_doc_path();
 int wrapper_mkdir(const char *path);   // mode 0777 before the umask; the system result
+// Push a written file to lasting storage: fsync on the desktop (-1 when it fails: a full disk, a
+// pipe); 0 at once in the browser, which keeps files in memory and copies a replaced one to its
+// lasting storage instead (wrapper_file_changed)
+int wrapper_file_sync(int fd);
 // A per-user file was replaced (a save renamed into place): where the platform keeps such files
 // somewhere the program's writes do not reach at once (the browser's IndexedDB), it copies them
 // there now. Nothing on the desktop, where the write is on the disk already.

@@ -3,6 +3,7 @@
 #include "wrapper_host.h"
 
 #include <X11/Xlib.h>
+#include <unistd.h>
 
 #include <csignal>
 #include <cstdio>
@@ -90,6 +91,11 @@ int wrapper_host_poll()
 int wrapper_host_open_url(int, const char *)
 {
     return -1;
+}
+
+int wrapper_file_sync(int fd)
+{
+    return fsync(fd);
 }
 
 // Files written on the desktop are on the disk already

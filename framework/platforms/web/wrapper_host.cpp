@@ -1,6 +1,6 @@
 // wrapper_host: the browser page under the SDL layer (see wrapper_host.h), with Emscripten.
 // - The per-user folder ($HOME/.kobaltine) lives in the browser's IndexedDB (Emscripten's IDBFS):
-//   it is read back at start, and copied there after every save.
+//   it is read back at start, and every file a save replaces is copied there at once.
 // - The page has no way to stop a tab from closing, so when it is hidden or left (the tab closed,
 //   reloaded or put in the background) the application's save runs at once, from the page's own
 //   event, and is copied to IndexedDB.
@@ -21,6 +21,8 @@
 //----------------------------------------------------------------------------------
 constexpr const char *WRAPPER_WEB_FOLDER = "/.kobaltine";  // under HOME: the per-user folder
 constexpr double WRAPPER_WEB_SYNC_WAIT = 10.0;             // seconds start-up waits for IndexedDB
+
+static std::string mounted;  // the per-user folder, kept in IndexedDB; empty when it is not
 
 //----------------------------------------------------------------------------------
 // The page's side
@@ -47,31 +49,35 @@ EM_JS(void, web_mount_saves, (const char *folder), {
 
 EM_JS(int, web_saves_synced, (), { return Module.lumSynced | 0; });
 
-// Copy the per-user folder to IndexedDB; one copy at a time, and one more if a save came meanwhile
-EM_JS(void, web_store_saves, (), {
-    if (Module.lumSynced !== 1)
+// Copy a replaced file, and every folder between it and the mounted folder (so that a later start
+// can make them again), to IndexedDB at once, in one transaction. The page may be closing: a
+// transaction started now is finished by the browser, where the file system's own copy, which
+// first reads what IndexedDB holds, would be cut short.
+EM_JS(void, web_store_file, (const char *folder, const char *file), {
+    var mount = UTF8ToString(folder);
+    var path = UTF8ToString(file);
+    var db = IDBFS.dbs[mount];
+    if (!db || path.indexOf(mount + "/") !== 0)
         return;
-    if (Module.lumStoring) {
-        Module.lumStoreAgain = true;
-        return;
-    }
-    Module.lumStoring = true;
-    FS.syncfs(false, function done(error) {
-        if (error)
-            console.log("IndexedDB: " + error);
-        if (Module.lumStoreAgain) {
-            Module.lumStoreAgain = false;
-            FS.syncfs(false, done);
-            return;
+    try {
+        var transaction = db.transaction([IDBFS.DB_STORE_NAME], "readwrite");
+        var store = transaction.objectStore(IDBFS.DB_STORE_NAME);
+        for (var p = path; p.length > mount.length; p = PATH.dirname(p)) {
+            IDBFS.loadLocalEntry(p, function(error, entry) {
+                if (!error)
+                    IDBFS.storeRemoteEntry(store, p, entry, function() {});
+            });
         }
-        Module.lumStoring = false;
-        Module.lumStored = (Module.lumStored | 0) + 1;
-    });
+        transaction.oncomplete = function() { console.log("IndexedDB: stored '" + path + "'"); };
+        transaction.onerror = function() { console.log("IndexedDB: " + transaction.error); };
+    } catch (error) {
+        console.log("IndexedDB: " + error);
+    }
 });
 
 // The page being hidden or left: save now, from the event itself
 EM_JS(void, web_watch_page, (), {
-    var save = function() { Module.ccall("wrapper_web_page_hidden", null, [], []); };
+    var save = function() { _wrapper_web_page_hidden(); };
     document.addEventListener("visibilitychange", function() {
         if (document.visibilityState === "hidden")
             save();
@@ -100,13 +106,16 @@ void wrapper_host_init()
     const char *home = std::getenv("HOME");
     const std::string folder = std::string(home && *home ? home : "/home/web_user") + WRAPPER_WEB_FOLDER;
     web_mount_saves(folder.c_str());
+    mounted = folder;
     const double start = wrapper_get_seconds();
     while (!web_saves_synced() && wrapper_get_seconds() - start < WRAPPER_WEB_SYNC_WAIT)
         wrapper_delay(0.01);
-    if (web_saves_synced() == 1)
+    if (web_saves_synced() == 1) {
         lum_logf("saved files: IndexedDB at '%s'\n", folder.c_str());
-    else
+    } else {
         lum_log("saved files: no IndexedDB, saves last only while the page is open");
+        mounted.clear();
+    }
     web_watch_page();
 }
 
@@ -131,7 +140,16 @@ int wrapper_host_open_url(int, const char *url)
     return 0;
 }
 
-void wrapper_file_changed(const char *)
+// NOTE: Emscripten's fsync of a file in IndexedDB's folder copies the whole folder and sleeps
+// until that is done, which a save started by the page's own event must not do; the file is
+// copied when it replaces the old one instead
+int wrapper_file_sync(int)
 {
-    web_store_saves();
+    return 0;
+}
+
+void wrapper_file_changed(const char *path)
+{
+    if (!mounted.empty())
+        web_store_file(mounted.c_str(), path);
 }
