@@ -15,9 +15,6 @@ namespace {
 //----------------------------------------------------------------------------------
 // Constants
 //----------------------------------------------------------------------------------
-constexpr double LOGO_H = 64.0;       // the logo's height in layout units (gfx/kobaltine.png)
-constexpr double MARGIN = 8.0;        // layout units between the screen's edge and the buttons
-constexpr double ICONS_GAP = 48.0;    // layout units between the banner and the icons
 constexpr int TOLERANCE = 3;          // per colour component, for blending and rounding
 
 // The banner's four colours at half strength, as bytes
@@ -27,17 +24,6 @@ constexpr std::array<std::array<double, 3>, 4> SKIES = {{
 //----------------------------------------------------------------------------------
 // Helpers
 //----------------------------------------------------------------------------------
-// A button of the bottom row (column 0 Donate, 1 Web, 2 Contact, 3 OK): a 4 x 4 layout over the
-// box (m, (2h + 48) / play_h, 1 - m, 1 - m), m = 8 / play_w
-LAYOUT_SPOT bottom_row(const LAYOUT_VIEW &v, int column)
-{
-    const double m = MARGIN / v.play_w;
-    const double top = (2 * LOGO_H + ICONS_GAP) / v.play_h;
-    const double cell_w = (1 - 2 * m) * v.w / 4;
-    const double cell_h = (1 - m - top) * v.h / 4;
-    return {m * v.w + cell_w * (column + 0.5), top * v.h + cell_h * 3.5, cell_w / 2, cell_h / 2};
-}
-
 // Whether the pixel at (x, y) is one of the banner's colours at half strength
 bool sky_at(const XCAPTURE_IMAGE &im, int x, int y)
 {
@@ -97,7 +83,7 @@ TEST_F(LumlifeAbout, TheQuestionMarkOpensTheAboutScreenWithItsBanner)
     ASSERT_TRUE(see([](const XCAPTURE_IMAGE &im) { return sky_at(im, 4, 4) && sky_at(im, im.w - 5, 4); },
                     "the banner in a sky colour"));
     // Below the banner the screen is black away from the buttons
-    const int below = static_cast<int>((2 * LOGO_H + ICONS_GAP / 2) * view.scale);
+    const int below = static_cast<int>((2 * LAYOUT_ABOUT_LOGO_H + LAYOUT_ABOUT_ICONS_GAP / 2) * view.scale);
     const uint8_t *p = &frame.rgb[(static_cast<size_t>(below) * frame.w + 2) * 3];
     EXPECT_EQ(p[0] + p[1] + p[2], 0);
     ASSERT_TRUE(quit_with_escape());
@@ -107,8 +93,8 @@ TEST_F(LumlifeAbout, TheQuestionMarkOpensTheAboutScreenWithItsBanner)
 TEST_F(LumlifeAbout, TheLinksAreLoggedWithTheMakersAddresses)
 {
     ASSERT_TRUE(open_about());
-    ASSERT_TRUE(click(bottom_row(view, 1), literal("OPEN URL (hint 0): https://kobaltine.example/")));
-    ASSERT_TRUE(click(bottom_row(view, 2), literal("OPEN URL (hint 0): mailto:hello@kobaltine.example")));
+    ASSERT_TRUE(click(layout_about_row(view, 1), literal("OPEN URL (hint 0): https://kobaltine.example/")));
+    ASSERT_TRUE(click(layout_about_row(view, 2), literal("OPEN URL (hint 0): mailto:hello@kobaltine.example")));
     ASSERT_TRUE(quit_with_escape());
 }
 
@@ -116,8 +102,8 @@ TEST_F(LumlifeAbout, TheLinksAreLoggedWithTheMakersAddresses)
 TEST_F(LumlifeAbout, WithoutAStoreTheDonateButtonTakesNoClick)
 {
     ASSERT_TRUE(open_about());
-    ASSERT_TRUE(click(bottom_row(view, 0)));
-    ASSERT_TRUE(click(bottom_row(view, 1), literal("OPEN URL (hint 0): https://kobaltine.example/")));
+    ASSERT_TRUE(click(layout_about_row(view, 0)));
+    ASSERT_TRUE(click(layout_about_row(view, 1), literal("OPEN URL (hint 0): https://kobaltine.example/")));
     EXPECT_FALSE(logged_since_start("IAP_FETCHED .*")) << process_transcript(toy);
     EXPECT_FALSE(logged_since_start("line [0-9]+: buy_iap")) << process_transcript(toy);
     ASSERT_TRUE(quit_with_escape());
@@ -127,7 +113,7 @@ TEST_F(LumlifeAbout, WithoutAStoreTheDonateButtonTakesNoClick)
 TEST_F(LumlifeAbout, OkReturnsToTheGameScreen)
 {
     ASSERT_TRUE(open_about());
-    ASSERT_TRUE(click(bottom_row(view, 3), literal("'OK' -> state switch")));
+    ASSERT_TRUE(click(layout_about_row(view, 3), literal("'OK' -> state switch")));
     ASSERT_TRUE(logged("BUTTON HEIGHT .*"));
     ASSERT_TRUE(quit_with_escape());
 }

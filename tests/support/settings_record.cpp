@@ -141,3 +141,33 @@ SETTINGS_RECORD record_read(const std::string &path)
     r.bytes.assign(std::istreambuf_iterator<char>(in), std::istreambuf_iterator<char>());
     return r;
 }
+
+// One generation under the record's rule and border (the record's numbering: 0 wrap, 1 dead,
+// 2 live). A neighbour outside the grid counts once, as dead or live, unless the grid wraps.
+RECORD_GRID record_life_next(const RECORD_GRID &g, const SETTINGS_RECORD &r)
+{
+    int64_t border = record_get32(r, RECORD_BORDER);
+    RECORD_GRID next{};
+    for (int x = 0; x < RECORD_COLS; x++) {
+        for (int y = 0; y < RECORD_ROWS; y++) {
+            int around = 0;
+            for (int dx = -1; dx <= 1; dx++) {
+                for (int dy = -1; dy <= 1; dy++) {
+                    if (dx == 0 && dy == 0)
+                        continue;
+                    int nx = x + dx, ny = y + dy;
+                    bool inside = nx >= 0 && nx < RECORD_COLS && ny >= 0 && ny < RECORD_ROWS;
+                    if (inside)
+                        around += g[nx][ny];
+                    else if (border == 0)
+                        around += g[(nx + RECORD_COLS) % RECORD_COLS][(ny + RECORD_ROWS) % RECORD_ROWS];
+                    else
+                        around += border == 2 ? 1 : 0;
+                }
+            }
+            size_t list = g[x][y] ? RECORD_SPARAMS : RECORD_BPARAMS;
+            next[x][y] = r.bytes[list + around] != 0;
+        }
+    }
+    return next;
+}

@@ -74,6 +74,9 @@ void record_set_cell(SETTINGS_RECORD &r, int x, int y, uint8_t value);
 RECORD_GRID record_grid(const SETTINGS_RECORD &r);
 void record_set_grid(SETTINGS_RECORD &r, const RECORD_GRID &grid);
 
+// One generation of `g` under the record's rule and border (0 wrap, 1 dead, 2 live), cell by
+// cell: a neighbour outside the grid counts once, as dead or live, unless the grid wraps
+RECORD_GRID record_life_next(const RECORD_GRID &g, const SETTINGS_RECORD &r);
 // The name of the field that holds byte `offset`; a cell is named by its column and row
 std::string record_field_name(size_t offset);
 

@@ -214,3 +214,14 @@ LAYOUT_SPOT layout_control(const LAYOUT_VIEW &v, LAYOUT_CONTROL c)
     }
     return {};
 }
+
+// The about screen's bottom row: a 4 x 4 layout over the box (m, (2h + 48) / play_h, 1 - m,
+// 1 - m), m = 8 / play_w
+LAYOUT_SPOT layout_about_row(const LAYOUT_VIEW &v, int column)
+{
+    const double m = LAYOUT_ABOUT_MARGIN / v.play_w;
+    const double top = (2 * LAYOUT_ABOUT_LOGO_H + LAYOUT_ABOUT_ICONS_GAP) / v.play_h;
+    const double cell_w = (1 - 2 * m) * v.w / 4;
+    const double cell_h = (1 - m - top) * v.h / 4;
+    return {m * v.w + cell_w * (column + 0.5), top * v.h + cell_h * 3.5, cell_w / 2, cell_h / 2};
+}

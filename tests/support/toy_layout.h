@@ -15,6 +15,11 @@ constexpr int LAYOUT_START_W = 960;     // the window at start-up
 constexpr int LAYOUT_START_H = 640;
 constexpr int LAYOUT_SCALE_STEP = 480;  // the layout scale grows by one every 480 pixels of the longer side
 constexpr int LAYOUT_CELL_SIDE = 8;     // one cell's sprite side in layout units
+// The about screen, in layout units: the logo's height (gfx/kobaltine.png), the margin between
+// the screen's edge and the buttons, and the gap between the banner and the icons
+constexpr double LAYOUT_ABOUT_LOGO_H = 64.0;
+constexpr double LAYOUT_ABOUT_MARGIN = 8.0;
+constexpr double LAYOUT_ABOUT_ICONS_GAP = 48.0;
 
 //----------------------------------------------------------------------------------
 // Types
@@ -79,3 +84,6 @@ LAYOUT_SPOT layout_rule_digit(const LAYOUT_VIEW &v, bool birth, int n);
 
 // Where a control is, on the main or the display panel
 LAYOUT_SPOT layout_control(const LAYOUT_VIEW &v, LAYOUT_CONTROL c);
+
+// A button of the about screen's bottom row: column 0 Donate, 1 Web, 2 Contact, 3 OK
+LAYOUT_SPOT layout_about_row(const LAYOUT_VIEW &v, int column);

@@ -1,0 +1,255 @@
+// End-to-end tests of the toy's browser build (`make web`) in headless Chromium, over the DevTools
+// protocol, served on 127.0.0.1 only. The page's console is the toy's log; its IndexedDB holds
+// the per-user folder, which the tests prepare and read back directly. The build is made once, in
+// the test build's folder, by the test that sets up the fixture `lumlife_web_build`.
+#include <gtest/gtest.h>
+
+#include <cmath>
+#include <cstdlib>
+#include <regex>
+#include <sstream>
+#include <string>
+#include <vector>
+
+#include "browser.h"
+#include "settings_record.h"
+#include "toy_layout.h"
+
+//----------------------------------------------------------------------------------
+// Constants
+//----------------------------------------------------------------------------------
+// A cell's centre in the default look (foreground and background 0, no icons): a live cell is
+// bright red, a dead one a dark shade of the same red
+constexpr int LIVE_RED_ABOVE = 200;
+constexpr int DEAD_RED_BELOW = 120;
+constexpr int GREY_SPREAD = 24;  // a label's pixel: its components this close together
+
+// The sounds' pitches: STEP's click, a toggle's, is the low blip of every button on the press and
+// a pip on the release, from the pip's 1046.528 Hz times its pitch (0.25 and 1); and the title's pips, m x (base + 2 x rise x base) x 3 Hz for m
+// of 1..2 and rise 0..1. The analyser's loudest bin of a blip this short lies within a few bins
+// of its pitch.
+constexpr double CLICK_DOWN_HZ = 1046.528 * 0.25;
+constexpr double CLICK_UP_HZ = 1046.528;
+constexpr double TITLE_LOW_HZ = 21.827 * 3.0;
+constexpr double TITLE_HIGH_HZ = 2.0 * 3.0 * 21.827 * 3.0;
+constexpr double PITCH_TOLERANCE = 0.12;  // of the frequency
+
+//----------------------------------------------------------------------------------
+// Helpers
+//----------------------------------------------------------------------------------
+// Whether the canvas shows grid `want` in the default look. A cell's centre is bright red (live)
+// or dark red (dead); one under the grey "EDIT" label cannot be told and is passed over.
+static bool shows_grid(const BROWSER_PIXELS &p, const LAYOUT_VIEW &view, const RECORD_GRID &want)
+{
+    if (p.w != view.w || p.h != view.h)
+        return false;
+    for (int c = 0; c < RECORD_COLS; c++) {
+        for (int r = 0; r < RECORD_ROWS; r++) {
+            int x, y;
+            layout_cell_centre(view, c, r, x, y);
+            const uint8_t *rgb = &p.rgb[(static_cast<size_t>(y) * static_cast<size_t>(p.w) + static_cast<size_t>(x)) * 3];
+            if (std::abs(rgb[0] - rgb[1]) < GREY_SPREAD && std::abs(rgb[1] - rgb[2]) < GREY_SPREAD)
+                continue;
+            if (rgb[0] > LIVE_RED_ABOVE ? want[c][r] != 1 : rgb[0] < DEAD_RED_BELOW ? want[c][r] != 0 : true)
+                return false;
+        }
+    }
+    return true;
+}
+
+// A glider, a blinker and a block, away from the edges
+static RECORD_GRID prepared_grid()
+{
+    RECORD_GRID g{};
+    for (auto [c, r] : {std::pair{3, 2}, {4, 3}, {2, 4}, {3, 4}, {4, 4}, {20, 10}, {21, 10}, {22, 10}, {40, 20},
+                        {41, 20}, {40, 21}, {41, 21}})
+        g[c][r] = 1;
+    return g;
+}
+
+static bool near(double hz, double want)
+{
+    return std::fabs(hz - want) <= want * PITCH_TOLERANCE;
+}
+
+//----------------------------------------------------------------------------------
+// Fixture
+//----------------------------------------------------------------------------------
+class LumlifeWeb : public BrowserTest {
+protected:
+    LumlifeWeb() : BrowserTest(WEB_BUILD_DIR) {}
+
+    // The prepared grid with the counter hidden, in IndexedDB, and the toy showing it
+    ::testing::AssertionResult start_with(const SETTINGS_RECORD &rec)
+    {
+        if (auto r = store_settings(rec); !r)
+            return r;
+        if (auto r = open_toy(); !r)
+            return r;
+        return see_grid(record_grid(rec), "the prepared grid");
+    }
+
+    ::testing::AssertionResult see_grid(const RECORD_GRID &want, const std::string &what)
+    {
+        return see([&](const BROWSER_PIXELS &p) { return shows_grid(p, view, want); }, what);
+    }
+
+    // The sound's loudest frequencies since the tap was last emptied, and empty it
+    ::testing::AssertionResult heard(std::vector<double> &hz)
+    {
+        std::string json;
+        if (auto r = eval("JSON.stringify(window.lumAudioPeaks.splice(0).map(p => p[0]))", &json); !r)
+            return r;
+        hz.clear();
+        std::stringstream in(std::regex_replace(json, std::regex(R"([^0-9.,])"), ""));
+        for (std::string item; std::getline(in, item, ',');)
+            if (!item.empty())
+                hz.push_back(std::stod(item));
+        return ::testing::AssertionSuccess();
+    }
+
+    // No uncaught exception in the page so far
+    ::testing::AssertionResult no_exception()
+    {
+        for (const std::string &line : driver.lines)
+            if (line.rfind("console EXCEPTION", 0) == 0)
+                return ::testing::AssertionFailure() << line;
+        return ::testing::AssertionSuccess();
+    }
+};
+
+//----------------------------------------------------------------------------------
+// Tests
+//----------------------------------------------------------------------------------
+// The page logs the desktop toy's start-up, in its order, and where it keeps the saved files
+TEST_F(LumlifeWeb, ThePageStartsWithTheDesktopsStartUpLines)
+{
+    ASSERT_TRUE(command("goto /index.html"));
+    for (const char *line : {"lum init", "INPUT INIT", "saved files: IndexedDB at '/home/web_user/\\.kobaltine'",
+                             "Set graphics 960x640", "Desktop: 960x640", "draw: reset \\(960 x 640\\)",
+                             "stream setting 22050hz, 512 byte update", "START audio STREAM",
+                             "image '\\./gfx/font8x8\\.png' 145x91 \\(52780 bytes\\)",
+                             "file_open_read '/home/web_user/\\.kobaltine/lumlife/settings\\.cfg': FAIL",
+                             "CONFIG SET: b3s23w", "changed logic rate 0 -> 60",
+                             "NEW LAYOUT 960x640 global_scale 2\\.000000 \\(480x320\\)", "BUTTON HEIGHT .*"})
+        ASSERT_TRUE(toy_logged(line));
+    EXPECT_TRUE(no_exception());
+}
+
+// A grid prepared in IndexedDB is read at start and drawn: every cell checked on the canvas
+TEST_F(LumlifeWeb, APreparedGridIsDrawnCellByCell)
+{
+    SETTINGS_RECORD rec = record_prepared(prepared_grid(), {{RECORD_SHOW_STEPS, 0}, {RECORD_STEPS, 7}});
+    ASSERT_TRUE(start_with(rec));
+    EXPECT_TRUE(no_exception());
+}
+
+// STEP, a rule digit and a paint stroke change the grid and the record exactly as on the desktop:
+// one generation by the cell-by-cell rule, birth on 6 switched on, the stroke's cells painted
+TEST_F(LumlifeWeb, StepARuleDigitAndAStrokeChangeTheGridAsOnTheDesktop)
+{
+    SETTINGS_RECORD rec = record_prepared(prepared_grid(), {{RECORD_SHOW_STEPS, 0}, {RECORD_STEPS, 7}});
+    ASSERT_TRUE(start_with(rec));
+
+    ASSERT_TRUE(click(layout_control(view, LAYOUT_STEP)));
+    RECORD_GRID g = record_life_next(prepared_grid(), rec);
+    ASSERT_TRUE(see_grid(g, "one generation on"));
+
+    ASSERT_TRUE(click(layout_rule_digit(view, true, 6)));
+
+    // From a dead cell, pressing and moving paints every cell crossed
+    const int stroke[][2] = {{10, 25}, {11, 25}, {12, 25}, {12, 26}};
+    for (const auto &c : stroke) {
+        int x, y;
+        layout_cell_centre(view, c[0], c[1], x, y);
+        if (&c == &stroke[0])
+            ASSERT_TRUE(press(x, y));
+        else
+            ASSERT_TRUE(mouse("move", x, y));
+        g[c[0]][c[1]] = 1;
+        ASSERT_TRUE(see_grid(g, "painted up to (" + std::to_string(c[0]) + ", " + std::to_string(c[1]) + ")"));
+    }
+    int x, y;
+    layout_cell_centre(view, stroke[3][0], stroke[3][1], x, y);
+    ASSERT_TRUE(release(x, y));
+
+    ASSERT_TRUE(hide_page());
+    SETTINGS_RECORD want = rec;
+    record_set_grid(want, g);
+    record_put32(want, RECORD_STEPS, 8);
+    want.bytes[RECORD_BPARAMS + 6] = 1;
+    SETTINGS_RECORD got;
+    ASSERT_TRUE(stored_settings(got));
+    EXPECT_TRUE(record_same(got, want));
+    EXPECT_TRUE(no_exception());
+}
+
+// Reloading the page brings back the grid, the counter and the settings as they were saved
+TEST_F(LumlifeWeb, AReloadRestoresTheGrid)
+{
+    SETTINGS_RECORD rec = record_prepared(prepared_grid(), {{RECORD_SHOW_STEPS, 0}, {RECORD_STEPS, 41}});
+    ASSERT_TRUE(start_with(rec));
+    ASSERT_TRUE(click(layout_control(view, LAYOUT_STEP)));
+    RECORD_GRID g = record_life_next(prepared_grid(), rec);
+    ASSERT_TRUE(see_grid(g, "one generation on"));
+    ASSERT_TRUE(hide_page());
+
+    ASSERT_TRUE(reload_toy());
+    ASSERT_TRUE(see_grid(g, "the saved grid after the reload"));
+    SETTINGS_RECORD want = rec;
+    record_set_grid(want, g);
+    record_put32(want, RECORD_STEPS, 42);
+    SETTINGS_RECORD got;
+    ASSERT_TRUE(stored_settings(got));
+    EXPECT_TRUE(record_same(got, want));
+    EXPECT_TRUE(no_exception());
+}
+
+// The title's pips and a STEP click's blips reach the page's audio output at their pitches
+TEST_F(LumlifeWeb, TheTitlePipsAndAClickAreHeard)
+{
+    ASSERT_TRUE(open_toy());
+    std::vector<double> title;
+    ASSERT_TRUE(heard(title));
+    ASSERT_FALSE(title.empty()) << "nothing was heard while the title played";
+    for (double hz : title)
+        EXPECT_TRUE(hz >= TITLE_LOW_HZ * (1.0 - PITCH_TOLERANCE) && hz <= TITLE_HIGH_HZ * (1.0 + PITCH_TOLERANCE))
+            << hz << " Hz";
+
+    ASSERT_TRUE(click(layout_control(view, LAYOUT_STEP)));
+    // The blips may still be sounding when the click's last tick is logged
+    bool down = false, up = false;
+    std::string all;
+    for (int look = 0; look < 50 && !(down && up); look++) {
+        std::vector<double> now;
+        ASSERT_TRUE(heard(now));
+        for (double hz : now) {
+            all += " " + std::to_string(static_cast<int>(hz));
+            down = down || near(hz, CLICK_DOWN_HZ);
+            up = up || near(hz, CLICK_UP_HZ);
+        }
+        ASSERT_TRUE(eval("new Promise(r => setTimeout(() => r(1), 20))"));
+    }
+    EXPECT_TRUE(down) << "no blip near " << CLICK_DOWN_HZ << " Hz on the press; heard (Hz):" << all;
+    EXPECT_TRUE(up) << "no blip near " << CLICK_UP_HZ << " Hz on the release; heard (Hz):" << all;
+}
+
+// "?" opens the about screen, whose links open in a new tab here, and its "OK" returns to the
+// game screen with the grid as it was
+TEST_F(LumlifeWeb, TheAboutScreenOpensAndReturns)
+{
+    SETTINGS_RECORD rec = record_prepared(prepared_grid(), {{RECORD_SHOW_STEPS, 0}});
+    ASSERT_TRUE(start_with(rec));
+    ASSERT_TRUE(click(layout_control(view, LAYOUT_ABOUT)));
+    ASSERT_TRUE(toy_logged("'\\?' -> state switch"));
+    ASSERT_TRUE(see([&](const BROWSER_PIXELS &p) { return !shows_grid(p, view, prepared_grid()); },
+                    "the about screen instead of the grid"));
+
+    ASSERT_TRUE(click(layout_about_row(view, 1)));
+    ASSERT_TRUE(toy_logged("OPEN URL \\(hint 0\\): https://kobaltine\\.example/"));
+
+    ASSERT_TRUE(click(layout_about_row(view, 3)));
+    ASSERT_TRUE(toy_logged("'OK' -> state switch"));
+    ASSERT_TRUE(see_grid(prepared_grid(), "the game screen again"));
+    EXPECT_TRUE(no_exception());
+}
