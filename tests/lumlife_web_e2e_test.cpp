@@ -205,6 +205,56 @@ TEST_F(LumlifeWeb, AReloadRestoresTheGrid)
     EXPECT_TRUE(no_exception());
 }
 
+// A reload straight after a change, with no other chance to save, keeps the change: the page's
+// leaving saves it, and the copy to IndexedDB started then is finished by the browser
+TEST_F(LumlifeWeb, AReloadRightAfterAChangeKeepsIt)
+{
+    SETTINGS_RECORD rec = record_prepared(prepared_grid(), {{RECORD_SHOW_STEPS, 0}, {RECORD_STEPS, 3}});
+    ASSERT_TRUE(start_with(rec));
+    ASSERT_TRUE(click(layout_control(view, LAYOUT_STEP)));
+    RECORD_GRID g = record_life_next(prepared_grid(), rec);
+    ASSERT_TRUE(see_grid(g, "one generation on"));
+
+    ASSERT_TRUE(reload_toy());
+    ASSERT_TRUE(see_grid(g, "the grid of the page that was left"));
+    SETTINGS_RECORD want = rec;
+    record_set_grid(want, g);
+    record_put32(want, RECORD_STEPS, 4);
+    SETTINGS_RECORD got;
+    ASSERT_TRUE(stored_settings(got));
+    EXPECT_TRUE(record_same(got, want));
+    EXPECT_TRUE(no_exception());
+}
+
+// F1 steps through the window sizes: the canvas takes each new size and the game lays itself out
+// for it, in portrait (320 x 480) and then in landscape (480 x 320)
+TEST_F(LumlifeWeb, FOneResizesTheCanvas)
+{
+    ASSERT_TRUE(open_toy());
+    for (auto [w, h] : {std::pair{320, 480}, {480, 320}}) {
+        const std::string size = std::to_string(w) + "x" + std::to_string(h);
+        ASSERT_TRUE(key("down", "F1"));
+        ASSERT_TRUE(key("up", "F1"));
+        ASSERT_TRUE(toy_logged("Set graphics " + size));
+        ASSERT_TRUE(toy_logged("NEW LAYOUT " + size + " .*"));
+        ASSERT_TRUE(see([w, h](const BROWSER_PIXELS &p) { return p.w == w && p.h == h; }, "a " + size + " canvas"));
+    }
+    EXPECT_TRUE(no_exception());
+}
+
+// Until the first click or key the page says how to start the sound; the click takes the note away
+TEST_F(LumlifeWeb, TheSoundNoteGoesWithTheFirstClick)
+{
+    ASSERT_TRUE(open_toy());
+    std::string shown;
+    ASSERT_TRUE(eval("document.getElementById('sound') ? document.getElementById('sound').textContent.trim() : ''",
+                     &shown));
+    EXPECT_EQ(shown, "\"click to start sound\"");
+    ASSERT_TRUE(click(layout_control(view, LAYOUT_STEP)));
+    ASSERT_TRUE(eval("document.getElementById('sound') === null", &shown));
+    EXPECT_EQ(shown, "true");
+}
+
 // The title's pips and a STEP click's blips reach the page's audio output at their pitches
 TEST_F(LumlifeWeb, TheTitlePipsAndAClickAreHeard)
 {

@@ -1,6 +1,7 @@
 // wrapper_host: the browser page under the SDL layer (see wrapper_host.h), with Emscripten.
 // - The per-user folder ($HOME/.kobaltine) lives in the browser's IndexedDB (Emscripten's IDBFS):
-//   it is read back at start, and every file a save replaces is copied there at once.
+//   it is read back at start, and every file a save replaces is copied there at once, and to the
+//   page's local storage, which outlives a page closed before IndexedDB has finished.
 // - The page has no way to stop a tab from closing, so when it is hidden or left (the tab closed,
 //   reloaded or put in the background) the application's save runs at once, from the page's own
 //   event, and is copied to IndexedDB.
@@ -22,23 +23,81 @@
 constexpr const char *WRAPPER_WEB_FOLDER = "/.kobaltine";  // under HOME: the per-user folder
 constexpr double WRAPPER_WEB_SYNC_WAIT = 10.0;             // seconds start-up waits for IndexedDB
 
-static std::string mounted;  // the per-user folder, kept in IndexedDB; empty when it is not
+static bool mounted = false;  // the per-user folder is kept in IndexedDB
 
 //----------------------------------------------------------------------------------
 // The page's side
 //----------------------------------------------------------------------------------
-// Mount IndexedDB's copy of the per-user folder and start reading it in; Module.lumSynced is set
-// to 1 when it is in, or to 2 when the browser has no IndexedDB for this page (then saves last
-// only as long as the page).
+// The page's storage, set up when the saved files are mounted:
+// - Module.lumStoreFile(path) copies a file, and every folder between it and the mounted
+//   folder (so that a later start can make them again), to IndexedDB in one transaction started
+//   at once; and, since the page may be closing and a browser may drop a transaction it has not
+//   finished then, to the page's local storage too, which is written before the call returns.
+// - At start the files in local storage are the newest (they are written with every save and
+//   dropped when they cannot be): they are put over what IndexedDB gave, and into IndexedDB.
+// Module.lumSynced is set to 1 when the files are in, or to 2 when the browser has no IndexedDB
+// for this page (then saves last only as long as the page).
 EM_JS(void, web_mount_saves, (const char *folder), {
-    var path = UTF8ToString(folder);
+    var mount = UTF8ToString(folder);
+    var LIFEBOAT = "lum-file:";
     Module.lumSynced = 0;
+    Module.lumStoreFile = function(path) {
+        var db = IDBFS.dbs[mount];
+        if (!db || path.indexOf(mount + "/") !== 0)
+            return;
+        try {
+            var bytes = FS.readFile(path);
+            var text = "";
+            for (var i = 0; i < bytes.length; i++)
+                text += String.fromCharCode(bytes[i]);
+            localStorage.setItem(LIFEBOAT + path, btoa(text));
+        } catch (error) {
+            try { localStorage.removeItem(LIFEBOAT + path); } catch (ignored) {}
+        }
+        try {
+            var transaction = db.transaction([IDBFS.DB_STORE_NAME], "readwrite");
+            var store = transaction.objectStore(IDBFS.DB_STORE_NAME);
+            for (var p = path; p.length > mount.length; p = PATH.dirname(p)) {
+                IDBFS.loadLocalEntry(p, function(error, entry) {
+                    if (!error)
+                        IDBFS.storeRemoteEntry(store, p, entry, function() {});
+                });
+            }
+            transaction.oncomplete = function() { console.log("IndexedDB: stored '" + path + "'"); };
+            transaction.onerror = function() { console.log("IndexedDB: " + transaction.error); };
+        } catch (error) {
+            console.log("IndexedDB: " + error);
+        }
+    };
+    var restore = function() {
+        var paths = [];
+        try {
+            for (var i = 0; i < localStorage.length; i++) {
+                var key = localStorage.key(i);
+                if (key.indexOf(LIFEBOAT + mount + "/") === 0)
+                    paths.push(key.slice(LIFEBOAT.length));
+            }
+        } catch (error) {
+            return;
+        }
+        paths.forEach(function(path) {
+            var text = atob(localStorage.getItem(LIFEBOAT + path));
+            var bytes = new Uint8Array(text.length);
+            for (var i = 0; i < text.length; i++)
+                bytes[i] = text.charCodeAt(i);
+            FS.mkdirTree(PATH.dirname(path));
+            FS.writeFile(path, bytes);
+            Module.lumStoreFile(path);
+        });
+    };
     try {
-        FS.mkdirTree(path);
-        FS.mount(IDBFS, {}, path);
+        FS.mkdirTree(mount);
+        FS.mount(IDBFS, {}, mount);
         FS.syncfs(true, function(error) {
             if (error)
                 console.log("IndexedDB: " + error);
+            else
+                restore();
             Module.lumSynced = error ? 2 : 1;
         });
     } catch (error) {
@@ -49,30 +108,8 @@ EM_JS(void, web_mount_saves, (const char *folder), {
 
 EM_JS(int, web_saves_synced, (), { return Module.lumSynced | 0; });
 
-// Copy a replaced file, and every folder between it and the mounted folder (so that a later start
-// can make them again), to IndexedDB at once, in one transaction. The page may be closing: a
-// transaction started now is finished by the browser, where the file system's own copy, which
-// first reads what IndexedDB holds, would be cut short.
-EM_JS(void, web_store_file, (const char *folder, const char *file), {
-    var mount = UTF8ToString(folder);
-    var path = UTF8ToString(file);
-    var db = IDBFS.dbs[mount];
-    if (!db || path.indexOf(mount + "/") !== 0)
-        return;
-    try {
-        var transaction = db.transaction([IDBFS.DB_STORE_NAME], "readwrite");
-        var store = transaction.objectStore(IDBFS.DB_STORE_NAME);
-        for (var p = path; p.length > mount.length; p = PATH.dirname(p)) {
-            IDBFS.loadLocalEntry(p, function(error, entry) {
-                if (!error)
-                    IDBFS.storeRemoteEntry(store, p, entry, function() {});
-            });
-        }
-        transaction.oncomplete = function() { console.log("IndexedDB: stored '" + path + "'"); };
-        transaction.onerror = function() { console.log("IndexedDB: " + transaction.error); };
-    } catch (error) {
-        console.log("IndexedDB: " + error);
-    }
+EM_JS(void, web_store_file, (const char *file), {
+    Module.lumStoreFile(UTF8ToString(file));
 });
 
 // The page being hidden or left: save now, from the event itself
@@ -106,16 +143,14 @@ void wrapper_host_init()
     const char *home = std::getenv("HOME");
     const std::string folder = std::string(home && *home ? home : "/home/web_user") + WRAPPER_WEB_FOLDER;
     web_mount_saves(folder.c_str());
-    mounted = folder;
     const double start = wrapper_get_seconds();
     while (!web_saves_synced() && wrapper_get_seconds() - start < WRAPPER_WEB_SYNC_WAIT)
         wrapper_delay(0.01);
-    if (web_saves_synced() == 1) {
+    mounted = web_saves_synced() == 1;
+    if (mounted)
         lum_logf("saved files: IndexedDB at '%s'\n", folder.c_str());
-    } else {
+    else
         lum_log("saved files: no IndexedDB, saves last only while the page is open");
-        mounted.clear();
-    }
     web_watch_page();
 }
 
@@ -150,6 +185,6 @@ int wrapper_file_sync(int)
 
 void wrapper_file_changed(const char *path)
 {
-    if (!mounted.empty())
-        web_store_file(mounted.c_str(), path);
+    if (mounted)
+        web_store_file(path);
 }
