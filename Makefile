@@ -17,7 +17,7 @@ DESTDIR ?=
 # (the project's defaults), on once `make test` or `make bench` has turned them on
 CONFIGURE = cmake -S . -B $(BUILD) -DCMAKE_BUILD_TYPE=RelWithDebInfo --log-level=WARNING
 
-.PHONY: run test bench web serve fuzz fuzz-seeds screenshot art sounds build install uninstall package deps clean
+.PHONY: run test bench web serve web-figures fuzz fuzz-seeds screenshot art sounds build install uninstall package deps clean
 
 # Only what running needs: the toy, and the screenshot tool for a machine without a display
 run:
@@ -45,6 +45,12 @@ web:
 serve: web
 	@echo "Lum Life: http://127.0.0.1:$(WEB_PORT)/"
 	@python3 -m http.server --bind 127.0.0.1 --directory $(WEB_BUILD) $(WEB_PORT)
+
+# The browser build's download size, time to the first frame and frames a second in headless
+# Chromium, and the README's screenshot of it, docs/screenshot-browser.png
+web-figures: web
+	@tools/install-deps.sh test
+	@tools/web-figures.py $(WEB_BUILD) docs/screenshot-browser.png
 
 # The fuzz targets (tests/fuzz), built with clang in $(FUZZ_BUILD): each runs for FUZZ_SECONDS
 # (5 minutes by default). `make test` runs each for a bounded number of inputs.

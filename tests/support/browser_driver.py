@@ -47,6 +47,9 @@ CHROMIUM_FLAGS = [
     "--disable-background-timer-throttling", "--disable-renderer-backgrounding",
     "--disable-backgrounding-occluded-windows", "--window-size=1100,800",
     "--autoplay-policy=no-user-gesture-required",
+    # Composited in software: with SwiftShader also compositing, a page that draws with WebGL
+    # on every timer is shown a few times a second only
+    "--disable-gpu-compositing",
     "--remote-debugging-address=127.0.0.1", "--remote-debugging-port=0",
 ]
 START_SECONDS = 60.0   # Chromium's start on a loaded machine
@@ -263,25 +266,26 @@ def run(tools, command, rest):
     raise RuntimeError("unknown command " + command)
 
 
-def main():
-    root, profile, commands = sys.argv[1:4]
+def start(root, profile, extra_script=""):
+    """Serve `root` on 127.0.0.1, start Chromium on `profile` with the audio tap (and
+    `extra_script`) installed for every page; returns (DevTools, Chromium, the served address),
+    or None if Chromium did not start."""
+    global SERVED
     handler = functools.partial(Quiet, directory=root)
     server = socketserver.ThreadingTCPServer(("127.0.0.1", 0), handler)
     server.daemon_threads = True
     threading.Thread(target=server.serve_forever, daemon=True).start()
-    global SERVED
     SERVED = "http://127.0.0.1:%d" % server.server_address[1]
 
     chromium = subprocess.Popen(["chromium", *CHROMIUM_FLAGS, "--user-data-dir=" + profile, "about:blank"],
                                 stdout=subprocess.DEVNULL, stderr=subprocess.DEVNULL)
     port_file = os.path.join(profile, "DevToolsActivePort")
-    start = time.monotonic()
+    began = time.monotonic()
     pages = []
     while not pages:
-        if time.monotonic() - start > START_SECONDS or chromium.poll() is not None:
-            say("console DRIVER: chromium did not start")
+        if time.monotonic() - began > START_SECONDS or chromium.poll() is not None:
             chromium.kill()
-            return 1
+            return None
         time.sleep(0.05)
         try:
             with open(port_file) as f:
@@ -294,8 +298,26 @@ def main():
     tools = DevTools(pages[0]["webSocketDebuggerUrl"], on_event)
     tools.call("Runtime.enable")
     tools.call("Page.enable")
-    tools.call("Page.addScriptToEvaluateOnNewDocument", source=AUDIO_TAP)
-    say("ready " + SERVED + "/")
+    tools.call("Page.addScriptToEvaluateOnNewDocument", source=AUDIO_TAP + extra_script)
+    return tools, chromium, SERVED
+
+
+def stop(chromium):
+    chromium.terminate()
+    try:
+        chromium.wait(timeout=10)
+    except subprocess.TimeoutExpired:
+        chromium.kill()
+
+
+def main():
+    root, profile, commands = sys.argv[1:4]
+    started = start(root, profile)
+    if not started:
+        say("console DRIVER: chromium did not start")
+        return 1
+    tools, chromium, served = started
+    say("ready " + served + "/")
 
     with open(commands) as lines:
         for line in lines:
@@ -310,11 +332,7 @@ def main():
                 say("reply %s ok %s" % (command_id, run(tools, command, parts[2] if len(parts) > 2 else "")))
             except Exception as error:
                 say("reply %s error %s" % (command_id, error))
-    chromium.terminate()
-    try:
-        chromium.wait(timeout=10)
-    except subprocess.TimeoutExpired:
-        chromium.kill()
+    stop(chromium)
     return 0
 
 
