@@ -226,6 +226,23 @@ TEST_F(LumlifeWeb, AReloadRightAfterAChangeKeepsIt)
     EXPECT_TRUE(no_exception());
 }
 
+// A browser that keeps no IndexedDB for the page (storage blocked): one clear line, and the toy
+// plays as usual, its saves kept only while the page is open
+TEST_F(LumlifeWeb, WithoutIndexedDbTheToySaysSoAndPlays)
+{
+    ASSERT_TRUE(command("script Object.defineProperty(window, 'indexedDB', {value: undefined})"));
+    ASSERT_TRUE(command("goto /index.html"));
+    ASSERT_TRUE(toy_logged("saved files: no IndexedDB, saves last only while the page is open"));
+    ASSERT_TRUE(toy_logged("BUTTON HEIGHT .*"));
+    ASSERT_TRUE(click(layout_control(view, LAYOUT_CLEAR)));
+    ASSERT_TRUE(see_grid(RECORD_GRID{}, "the cleared grid"));
+    ASSERT_TRUE(eval("Object.defineProperty(document, 'visibilityState', {value: 'hidden', configurable: true});"
+                     "document.dispatchEvent(new Event('visibilitychange')); 1"));
+    ASSERT_TRUE(toy_logged("page hidden: saving"));
+    ASSERT_TRUE(toy_logged("wrote 4172 bytes"));
+    EXPECT_TRUE(no_exception());
+}
+
 // F1 steps through the window sizes: the canvas takes each new size and the game lays itself out
 // for it, in portrait (320 x 480) and then in landscape (480 x 320)
 TEST_F(LumlifeWeb, FOneResizesTheCanvas)

@@ -11,6 +11,7 @@ the test's own with an empty page, and then takes commands, one per line, from a
     ID key TYPE KEY          a key event (down, up) for a DOM key name: Escape, F1, ...
     ID pixels PATH           the canvas as shown, as raw RGB rows (top first) in PATH: "W H"
     ID reload                reload the page (its IndexedDB stays)
+    ID script JS             run JS before the scripts of every page opened from now on
     ID quit                  end Chromium and the driver
 Standard output carries, one per line:
     ready URL                once Chromium is ready: the served folder's address
@@ -24,11 +25,13 @@ Uses Debian's chromium and python3-websocket; run it with /usr/bin/python3.
 """
 
 import base64
+import ctypes
 import functools
 import http.server
 import json
 import os
 import queue
+import signal
 import socketserver
 import struct
 import subprocess
@@ -55,6 +58,7 @@ CHROMIUM_FLAGS = [
 START_SECONDS = 60.0   # Chromium's start on a loaded machine
 ANSWER_SECONDS = 60.0  # one DevTools call
 SERVED = ""            # the served folder's address
+PR_SET_PDEATHSIG = 1   # prctl's option: the signal a child gets when its parent ends
 
 AUDIO_TAP = """
 (() => {
@@ -85,6 +89,12 @@ AUDIO_TAP = """
   };
 })();
 """
+
+
+def end_with_parent():
+    """In the child: be ended when the driver ends, however it ends (a test killed on a timeout
+    must not leave Chromium running)."""
+    ctypes.CDLL("libc.so.6", use_errno=True).prctl(PR_SET_PDEATHSIG, signal.SIGTERM)
 
 
 def say(line):
@@ -260,6 +270,9 @@ def run(tools, command, rest):
     if command == "goto":
         tools.call("Page.navigate", url=SERVED + rest)
         return "done"
+    if command == "script":
+        tools.call("Page.addScriptToEvaluateOnNewDocument", source=rest)
+        return "done"
     if command == "reload":
         tools.call("Page.reload", ignoreCache=True)
         return "done"
@@ -278,7 +291,7 @@ def start(root, profile, extra_script=""):
     SERVED = "http://127.0.0.1:%d" % server.server_address[1]
 
     chromium = subprocess.Popen(["chromium", *CHROMIUM_FLAGS, "--user-data-dir=" + profile, "about:blank"],
-                                stdout=subprocess.DEVNULL, stderr=subprocess.DEVNULL)
+                                stdout=subprocess.DEVNULL, stderr=subprocess.DEVNULL, preexec_fn=end_with_parent)
     port_file = os.path.join(profile, "DevToolsActivePort")
     began = time.monotonic()
     pages = []

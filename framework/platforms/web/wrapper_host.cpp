@@ -90,6 +90,18 @@ EM_JS(void, web_mount_saves, (const char *folder), {
             Module.lumStoreFile(path);
         });
     };
+    // Mounting IndexedDB's folder without IndexedDB would end the program: the browser's storage
+    // may be switched off for the page, or refused
+    var available = false;
+    try {
+        available = typeof indexedDB !== "undefined" && !!indexedDB;
+    } catch (error) {
+        available = false;
+    }
+    if (!available) {
+        Module.lumSynced = 2;
+        return;
+    }
     try {
         FS.mkdirTree(mount);
         FS.mount(IDBFS, {}, mount);
