@@ -94,6 +94,26 @@ protected:
         return see([&](const BROWSER_PIXELS &p) { return shows_grid(p, view, want); }, what);
     }
 
+    // STEP clicked: the grid shown goes one generation on, into `g`
+    ::testing::AssertionResult step(const SETTINGS_RECORD &rec, RECORD_GRID &g)
+    {
+        if (auto r = click(layout_control(view, LAYOUT_STEP)); !r)
+            return r;
+        g = record_life_next(g, rec);
+        return see_grid(g, "one generation on");
+    }
+
+    // IndexedDB holds `rec` with grid `g` and counter `steps`
+    ::testing::AssertionResult stored_is(SETTINGS_RECORD rec, const RECORD_GRID &g, int64_t steps)
+    {
+        record_set_grid(rec, g);
+        record_put32(rec, RECORD_STEPS, steps);
+        SETTINGS_RECORD got;
+        if (auto r = stored_settings(got); !r)
+            return r;
+        return record_same(got, rec);
+    }
+
     // The sound's loudest frequencies since the tap was last emptied, and empty it
     ::testing::AssertionResult heard(std::vector<double> &hz)
     {
@@ -150,10 +170,8 @@ TEST_F(LumlifeWeb, StepARuleDigitAndAStrokeChangeTheGridAsOnTheDesktop)
 {
     SETTINGS_RECORD rec = record_prepared(prepared_grid(), {{RECORD_SHOW_STEPS, 0}, {RECORD_STEPS, 7}});
     ASSERT_TRUE(start_with(rec));
-
-    ASSERT_TRUE(click(layout_control(view, LAYOUT_STEP)));
-    RECORD_GRID g = record_life_next(prepared_grid(), rec);
-    ASSERT_TRUE(see_grid(g, "one generation on"));
+    RECORD_GRID g = prepared_grid();
+    ASSERT_TRUE(step(rec, g));
 
     ASSERT_TRUE(click(layout_rule_digit(view, true, 6)));
 
@@ -175,12 +193,8 @@ TEST_F(LumlifeWeb, StepARuleDigitAndAStrokeChangeTheGridAsOnTheDesktop)
 
     ASSERT_TRUE(hide_page());
     SETTINGS_RECORD want = rec;
-    record_set_grid(want, g);
-    record_put32(want, RECORD_STEPS, 8);
     want.bytes[RECORD_BPARAMS + 6] = 1;
-    SETTINGS_RECORD got;
-    ASSERT_TRUE(stored_settings(got));
-    EXPECT_TRUE(record_same(got, want));
+    EXPECT_TRUE(stored_is(want, g, 8));
     EXPECT_TRUE(no_exception());
 }
 
@@ -189,40 +203,29 @@ TEST_F(LumlifeWeb, AReloadRestoresTheGrid)
 {
     SETTINGS_RECORD rec = record_prepared(prepared_grid(), {{RECORD_SHOW_STEPS, 0}, {RECORD_STEPS, 41}});
     ASSERT_TRUE(start_with(rec));
-    ASSERT_TRUE(click(layout_control(view, LAYOUT_STEP)));
-    RECORD_GRID g = record_life_next(prepared_grid(), rec);
-    ASSERT_TRUE(see_grid(g, "one generation on"));
+    RECORD_GRID g = prepared_grid();
+    ASSERT_TRUE(step(rec, g));
     ASSERT_TRUE(hide_page());
 
     ASSERT_TRUE(reload_toy());
     ASSERT_TRUE(see_grid(g, "the saved grid after the reload"));
-    SETTINGS_RECORD want = rec;
-    record_set_grid(want, g);
-    record_put32(want, RECORD_STEPS, 42);
-    SETTINGS_RECORD got;
-    ASSERT_TRUE(stored_settings(got));
-    EXPECT_TRUE(record_same(got, want));
+    EXPECT_TRUE(stored_is(rec, g, 42));
     EXPECT_TRUE(no_exception());
 }
 
 // A reload straight after a change, with no other chance to save, keeps the change: the page's
-// leaving saves it, and the copy to IndexedDB started then is finished by the browser
+// leaving saves it, to the page's local storage at once, and the next start puts it back and
+// into IndexedDB
 TEST_F(LumlifeWeb, AReloadRightAfterAChangeKeepsIt)
 {
     SETTINGS_RECORD rec = record_prepared(prepared_grid(), {{RECORD_SHOW_STEPS, 0}, {RECORD_STEPS, 3}});
     ASSERT_TRUE(start_with(rec));
-    ASSERT_TRUE(click(layout_control(view, LAYOUT_STEP)));
-    RECORD_GRID g = record_life_next(prepared_grid(), rec);
-    ASSERT_TRUE(see_grid(g, "one generation on"));
+    RECORD_GRID g = prepared_grid();
+    ASSERT_TRUE(step(rec, g));
 
     ASSERT_TRUE(reload_toy());
     ASSERT_TRUE(see_grid(g, "the grid of the page that was left"));
-    SETTINGS_RECORD want = rec;
-    record_set_grid(want, g);
-    record_put32(want, RECORD_STEPS, 4);
-    SETTINGS_RECORD got;
-    ASSERT_TRUE(stored_settings(got));
-    EXPECT_TRUE(record_same(got, want));
+    EXPECT_TRUE(stored_is(rec, g, 4));
     EXPECT_TRUE(no_exception());
 }
 

@@ -32,6 +32,15 @@ static unsigned sample_rate_ = 0;    // the stream's rate as opened
 //----------------------------------------------------------------------------------
 // [SECTION] The mix
 //----------------------------------------------------------------------------------
+WRAPPER_SOUND_SETTING wrapper_sound_setting(unsigned samplerate, unsigned bufsize)
+{
+    const unsigned rate = samplerate ? samplerate : WRAPPER_SOUND_RATE;
+    if (bufsize == 0)
+        bufsize = static_cast<unsigned>(rate / static_cast<double>(WRAPPER_SOUND_RATE) * WRAPPER_SOUND_BLOCK);
+    lum_logf("stream setting %dhz, %d byte update\n", static_cast<int>(rate), static_cast<int>(bufsize));
+    return {rate, bufsize};
+}
+
 // The sample voices and the synthesiser start afresh at the stream's rate, with the callback held
 void wrapper_mix_start(unsigned rate)
 {

@@ -16,21 +16,16 @@
 constexpr unsigned WRAPPER_SOUND_RATE = 22050;    // the stream rate when none is given
 constexpr unsigned WRAPPER_SOUND_BLOCK = 512;     // frames a block at 22050 Hz; scales with the rate
 
-//----------------------------------------------------------------------------------
-// Shared helpers
-//----------------------------------------------------------------------------------
-// The rate a stream opens at: the one asked for, or the default for 0
-constexpr unsigned wrapper_sound_rate(unsigned samplerate)
-{
-    return samplerate ? samplerate : WRAPPER_SOUND_RATE;
-}
+constexpr int WRAPPER_SOUND_CHANNELS = 2;         // interleaved stereo
 
-// The block a stream uses: the one asked for, or for 0 one that scales with the rate (512 frames
-// at 22050 Hz, 1024 at 44100 Hz), truncated
-constexpr unsigned wrapper_sound_block(unsigned rate, unsigned bufsize)
-{
-    return bufsize ? bufsize : static_cast<unsigned>(rate / static_cast<double>(WRAPPER_SOUND_RATE) * WRAPPER_SOUND_BLOCK);
-}
+//----------------------------------------------------------------------------------
+// Types
+//----------------------------------------------------------------------------------
+// What a stream opens with
+struct WRAPPER_SOUND_SETTING {
+    unsigned rate;   // Hz
+    unsigned block;  // frames a block
+};
 
 //----------------------------------------------------------------------------------
 // Functions
@@ -41,6 +36,9 @@ constexpr unsigned wrapper_sound_block(unsigned rate, unsigned bufsize)
 int wrapper_sound_init(unsigned samplerate, unsigned bufsize);
 void wrapper_sound_exit();                                   // pause everything and close the device
 void mixaudio(int chan, void *stream, int len, void *udata); // the post-mix callback; len in bytes
+// For wrapper_sound_init's arguments: the rate asked for or the default for 0, and the block asked
+// for or for 0 one that scales with the rate (512 frames at 22050 Hz, 1024 at 44100 Hz); logged
+WRAPPER_SOUND_SETTING wrapper_sound_setting(unsigned samplerate, unsigned bufsize);
 void wrapper_mix_start(unsigned rate);  // the voices and synthesiser afresh at a new stream's rate
 void wrapper_music_release();           // stop and free the music (the stream is closing)
 

@@ -8,8 +8,6 @@
 //----------------------------------------------------------------------------------
 // Module state
 //----------------------------------------------------------------------------------
-constexpr int WRAPPER_SOUND_CHANNELS = 2;  // interleaved stereo
-
 static int init = 0;  // the stream was opened
 
 //----------------------------------------------------------------------------------
@@ -35,18 +33,16 @@ int wrapper_sound_init(unsigned samplerate, unsigned bufsize)
 {
     if (samplerate == 0 && bufsize == 0 && init)
         return 2;
-    const unsigned rate = wrapper_sound_rate(samplerate);
-    bufsize = wrapper_sound_block(rate, bufsize);
-    lum_logf("stream setting %dhz, %d byte update\n", static_cast<int>(rate), static_cast<int>(bufsize));
+    const WRAPPER_SOUND_SETTING setting = wrapper_sound_setting(samplerate, bufsize);
     if (!SDL_WasInit(SDL_INIT_AUDIO))
         return -1;
     close_device();
     init = 0;
-    if (Mix_OpenAudio(static_cast<int>(rate), AUDIO_S16LSB, WRAPPER_SOUND_CHANNELS, static_cast<int>(bufsize)) < 0) {
+    if (Mix_OpenAudio(static_cast<int>(setting.rate), AUDIO_S16LSB, WRAPPER_SOUND_CHANNELS, static_cast<int>(setting.block)) < 0) {
         lum_logf("No audio device: %s\n", Mix_GetError());
         return -1;
     }
-    wrapper_mix_start(rate);
+    wrapper_mix_start(setting.rate);
     Mix_RegisterEffect(MIX_CHANNEL_POST, mixaudio, nullptr, nullptr);
     lum_log("START audio STREAM");
     Mix_Resume(-1);

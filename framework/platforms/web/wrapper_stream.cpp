@@ -13,8 +13,6 @@
 //----------------------------------------------------------------------------------
 // Module state
 //----------------------------------------------------------------------------------
-constexpr int WRAPPER_SOUND_CHANNELS = 2;  // interleaved stereo
-
 static int init = 0;  // the stream was opened
 
 //----------------------------------------------------------------------------------
@@ -39,21 +37,19 @@ int wrapper_sound_init(unsigned samplerate, unsigned bufsize)
 {
     if (samplerate == 0 && bufsize == 0 && init)
         return 2;
-    const unsigned rate = wrapper_sound_rate(samplerate);
-    bufsize = wrapper_sound_block(rate, bufsize);
-    lum_logf("stream setting %dhz, %d byte update\n", static_cast<int>(rate), static_cast<int>(bufsize));
+    const WRAPPER_SOUND_SETTING setting = wrapper_sound_setting(samplerate, bufsize);
     wrapper_sound_exit();
     SDL_AudioSpec wanted = {};
-    wanted.freq = static_cast<int>(rate);
+    wanted.freq = static_cast<int>(setting.rate);
     wanted.format = AUDIO_S16LSB;
     wanted.channels = WRAPPER_SOUND_CHANNELS;
-    wanted.samples = static_cast<Uint16>(bufsize);
+    wanted.samples = static_cast<Uint16>(setting.block);
     wanted.callback = fill_block;
     if (SDL_OpenAudio(&wanted, nullptr) < 0) {
         lum_logf("No audio device: %s\n", SDL_GetError());
         return -1;
     }
-    wrapper_mix_start(rate);
+    wrapper_mix_start(setting.rate);
     lum_log("START audio STREAM");
     SDL_PauseAudio(0);
     init = 1;
