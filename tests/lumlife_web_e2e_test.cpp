@@ -246,6 +246,25 @@ TEST_F(LumlifeWeb, WithoutIndexedDbTheToySaysSoAndPlays)
     EXPECT_TRUE(no_exception());
 }
 
+// Escape held ends the toy as on the desktop, which saves the grid on its way out; the page stays
+// and says how to play again
+TEST_F(LumlifeWeb, EscapeHeldEndsTheToySavedAndThePageSaysSo)
+{
+    SETTINGS_RECORD rec = record_prepared(prepared_grid(), {{RECORD_SHOW_STEPS, 0}, {RECORD_STEPS, 12}});
+    ASSERT_TRUE(start_with(rec));
+    RECORD_GRID g = prepared_grid();
+    ASSERT_TRUE(step(rec, g));
+    ASSERT_TRUE(key("down", "Escape"));
+    ASSERT_TRUE(toy_logged("Bye! :\\)"));
+    ASSERT_TRUE(key("up", "Escape"));
+    ASSERT_TRUE(logged(std::regex("^console IndexedDB: stored '" + literal(BROWSER_SETTINGS_FILE) + "'$")));
+    EXPECT_TRUE(stored_is(rec, g, 13));
+    std::string note;
+    ASSERT_TRUE(eval("document.getElementById('ended') ? document.getElementById('ended').textContent : ''", &note));
+    EXPECT_EQ(note, "\"Lum Life has ended: reload the page to play again\"");
+    EXPECT_TRUE(no_exception());
+}
+
 // F1 steps through the window sizes: the canvas takes each new size and the game lays itself out
 // for it, in portrait (320 x 480) and then in landscape (480 x 320)
 TEST_F(LumlifeWeb, FOneResizesTheCanvas)

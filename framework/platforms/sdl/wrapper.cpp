@@ -96,6 +96,7 @@ void wrapper_exit()
     wrapper_sound_exit();
     SDL_Quit();
     joy = nullptr;
+    wrapper_host_exit();
 }
 
 //----------------------------------------------------------------------------------

@@ -87,6 +87,10 @@ int wrapper_host_poll()
     return WRAPPER_HOST_SAVE_AND_END;
 }
 
+void wrapper_host_exit()
+{
+}
+
 // The desktop build does not open a browser
 int wrapper_host_open_url(int, const char *)
 {

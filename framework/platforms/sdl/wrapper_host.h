@@ -24,6 +24,7 @@ bool wrapper_host_has_display();     // a display to show the window on
 void wrapper_host_window_opened();   // after each new video mode
 int wrapper_host_poll();             // a WRAPPER_HOST_REQUEST, once for each request
 int wrapper_host_open_url(int hint, const char *url);  // after the log line: -1 not opened, else 0
+void wrapper_host_exit();            // the program has ended (the page says so; a process just ends)
 
 // Implemented by the SDL layer (wrapper.cpp): the application's save, now, if it set one
 void wrapper_run_save_hook();

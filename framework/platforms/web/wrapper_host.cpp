@@ -134,6 +134,14 @@ EM_JS(void, web_watch_page, (), {
     window.addEventListener("pagehide", save);
 });
 
+// The program ended (Escape held): the page stays, so it says what happened and what to do
+EM_JS(void, web_show_ended, (), {
+    var note = document.createElement("div");
+    note.id = "ended";
+    note.textContent = "Lum Life has ended: reload the page to play again";
+    (document.getElementById("frame") || document.body).appendChild(note);
+});
+
 EM_JS(void, web_open_tab, (const char *url), {
     window.open(UTF8ToString(url), "_blank", "noopener");
 });
@@ -164,6 +172,11 @@ void wrapper_host_init()
     else
         lum_log("saved files: no IndexedDB, saves last only while the page is open");
     web_watch_page();
+}
+
+void wrapper_host_exit()
+{
+    web_show_ended();
 }
 
 bool wrapper_host_has_display()
