@@ -43,8 +43,7 @@ web:
 
 # The browser build served on this machine only; open the address it prints
 serve: web
-	@echo "Lum Life: http://127.0.0.1:$(WEB_PORT)/"
-	@python3 -m http.server --bind 127.0.0.1 --directory $(WEB_BUILD) $(WEB_PORT)
+	@exec tools/serve.py $(WEB_BUILD) $(WEB_PORT)
 
 # The browser build's download size, time to the first frame and frames a second in headless
 # Chromium, and the README's screenshot of it, docs/screenshot-browser.png

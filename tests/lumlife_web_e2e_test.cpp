@@ -4,14 +4,22 @@
 // the test build's folder, by the test that sets up the fixture `lumlife_web_build`.
 #include <gtest/gtest.h>
 
+#include <arpa/inet.h>
+#include <netinet/in.h>
+#include <sys/socket.h>
+#include <unistd.h>
+
+#include <chrono>
 #include <cmath>
 #include <cstdlib>
 #include <regex>
 #include <sstream>
 #include <string>
+#include <thread>
 #include <vector>
 
 #include "browser.h"
+#include "process.h"
 #include "settings_record.h"
 #include "toy_layout.h"
 
@@ -70,6 +78,55 @@ static RECORD_GRID prepared_grid()
 static bool near(double hz, double want)
 {
     return std::fabs(hz - want) <= want * PITCH_TOLERANCE;
+}
+
+// A TCP connection to 127.0.0.1:`port`; -1 when refused
+static int connect_local(int port)
+{
+    int fd = socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0);
+    sockaddr_in address{};
+    address.sin_family = AF_INET;
+    address.sin_port = htons(static_cast<uint16_t>(port));
+    address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
+    if (fd >= 0 && connect(fd, reinterpret_cast<sockaddr *>(&address), sizeof address) == 0)
+        return fd;
+    if (fd >= 0)
+        close(fd);
+    return -1;
+}
+
+// A port of 127.0.0.1 that nothing listens on now
+static int free_port()
+{
+    int fd = socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0);
+    sockaddr_in address{};
+    address.sin_family = AF_INET;
+    address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
+    socklen_t size = sizeof address;
+    int port = -1;
+    if (fd >= 0 && bind(fd, reinterpret_cast<sockaddr *>(&address), sizeof address) == 0 &&
+        getsockname(fd, reinterpret_cast<sockaddr *>(&address), &size) == 0)
+        port = ntohs(address.sin_port);
+    if (fd >= 0)
+        close(fd);
+    return port;
+}
+
+// The whole answer to an HTTP GET of `path` from 127.0.0.1:`port`; empty when refused
+static std::string http_get(int port, const std::string &path)
+{
+    int fd = connect_local(port);
+    if (fd < 0)
+        return "";
+    const std::string request = "GET " + path + " HTTP/1.0\r\nHost: 127.0.0.1\r\n\r\n";
+    std::string answer;
+    if (write(fd, request.data(), request.size()) == static_cast<ssize_t>(request.size())) {
+        char buffer[4096];
+        for (ssize_t n; (n = read(fd, buffer, sizeof buffer)) > 0;)
+            answer.append(buffer, static_cast<size_t>(n));
+    }
+    close(fd);
+    return answer;
 }
 
 //----------------------------------------------------------------------------------
@@ -341,4 +398,41 @@ TEST_F(LumlifeWeb, TheAboutScreenOpensAndReturns)
     ASSERT_TRUE(toy_logged("'OK' -> state switch"));
     ASSERT_TRUE(see_grid(prepared_grid(), "the game screen again"));
     EXPECT_TRUE(no_exception());
+}
+
+// `make serve` says where it serves the build, serves the page and the code (as WebAssembly, which
+// browsers compile only with its own type) on 127.0.0.1, and ends with the make that started it
+TEST(LumlifeWebServe, MakeServeServesTheBuildOnLoopbackAndSaysWhere)
+{
+    const int port = free_port();
+    ASSERT_GT(port, 0);
+    PROCESS make;
+    std::string error;
+    ASSERT_TRUE(process_start(make,
+                              {"make", "--no-print-directory", "-C", SOURCE_DIR, "serve",
+                               std::string("WEB_BUILD=") + WEB_BUILD_DIR, "WEB_PORT=" + std::to_string(port)},
+                              "", error, {"MAKEFLAGS", "MAKELEVEL", "MFLAGS", "MAKEOVERRIDES"}))
+        << error;
+    const std::string address = "http://127.0.0.1:" + std::to_string(port) + "/";
+    ASSERT_GE(process_wait_line(make, std::regex("^Lum Life: " + literal(address) + "$"), BROWSER_WAIT_SECONDS), 0)
+        << process_transcript(make);
+
+    std::string page = http_get(port, "/");
+    EXPECT_EQ(page.rfind("HTTP/1.0 200", 0), 0u) << page.substr(0, 200);
+    EXPECT_NE(page.find("<canvas id=\"canvas\" width=\"960\" height=\"640\""), std::string::npos);
+    std::string code = http_get(port, "/lumlife.wasm");
+    EXPECT_EQ(code.rfind("HTTP/1.0 200", 0), 0u) << code.substr(0, 200);
+    EXPECT_NE(code.find("Content-type: application/wasm"), std::string::npos) << code.substr(0, 300);
+
+    process_stop(make);
+    bool closed = false;
+    for (int look = 0; look < 500 && !closed; look++) {
+        int fd = connect_local(port);
+        closed = fd < 0;
+        if (!closed) {
+            close(fd);
+            std::this_thread::sleep_for(std::chrono::milliseconds(20));
+        }
+    }
+    EXPECT_TRUE(closed) << "the server outlived the make that started it";
 }
