@@ -53,8 +53,8 @@ static void start_sdl()
         lum_logf("No audio device: %s\n", SDL_GetError());
 }
 
-// The desktop's answer to every request for a platform service: there is no store and no score
-// board, so scores and store requests are logged and refused
+// The answer to every request for a platform service: neither the desktop nor the browser page
+// has a store or a score board, so scores and store requests are logged and refused
 static int replier_for_plat_msg(PLAT_MSG *msg)
 {
     if (msg->typeid_ == PLAT_MSG_TYPE_SCORE) {

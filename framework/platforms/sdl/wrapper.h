@@ -1,10 +1,12 @@
 // wrapper: the platform layer, the framework's only way to the operating system.
 // This header is the seam: it names no SDL type, so the portable modules can be built and
-// tested against a test double of it (a fake clock, no window). The desktop implementation
-// over SDL 1.2 and OpenGL is wrapper.cpp.
+// tested against a test double of it (a fake clock, no window). The implementation over SDL 1.2
+// and OpenGL is wrapper.cpp, on the desktop and in the browser alike, over a host of each
+// (wrapper_host).
 // Depends on: wrapper_system (clock, threads, audio lock: declared with the platform's interface),
 // input (events are queued there), log (log lines), draw (reset on a new mode), wrapper_music
-// (closed at exit), plat_msg (the desktop's replier to platform messages, installed at start).
+// (closed at exit), plat_msg (the replier to platform messages, installed at start),
+// wrapper_host (signals and the display, or the page).
 #pragma once
 
 #include <cstdint>
