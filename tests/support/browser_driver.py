@@ -19,8 +19,10 @@ Standard output carries, one per line:
                              "console EXCEPTION: ..." for an uncaught exception
     reply ID ok VALUE        a command's answer, or "reply ID error WHY"
 Before every page starts, a tap is installed on its Web Audio: every node connected to the
-output is connected to an analyser too, whose loudest frequency is sampled every 10 ms into
-window.lumAudioPeaks ([hz, dB] while anything is audible). Pages may play sound without a click.
+output is connected to an analyser too, whose spectrum is looked at every 10 ms: while anything
+is audible, its peaks (local maxima within 20 dB of the loudest, at most four, loudest first) go
+into window.lumAudioPeaks as one list of [hz, dB] per look. The analyser's window is 170 ms long,
+so a short blip is seen even when a busy page looks late. Pages may play sound without a click.
 Uses Debian's chromium and python3-websocket; run it with /usr/bin/python3.
 """
 
@@ -70,17 +72,24 @@ AUDIO_TAP = """
       const context = target.context;
       if (!context.lumAnalyser) {
         const analyser = context.createAnalyser();
-        analyser.fftSize = 4096;
+        analyser.fftSize = 8192;
         analyser.smoothingTimeConstant = 0;
         context.lumAnalyser = analyser;
         const bins = new Float32Array(analyser.frequencyBinCount);
+        const hz = i => i * context.sampleRate / analyser.fftSize;
         setInterval(() => {
           analyser.getFloatFrequencyData(bins);
-          let best = 1;
-          for (let i = 2; i < bins.length; i++)
-            if (bins[i] > bins[best]) best = i;
-          if (bins[best] > -60)
-            window.lumAudioPeaks.push([best * context.sampleRate / analyser.fftSize, bins[best]]);
+          let loudest = -Infinity;
+          for (let i = 1; i < bins.length; i++)
+            loudest = Math.max(loudest, bins[i]);
+          if (loudest <= -60)
+            return;
+          const peaks = [];
+          for (let i = 2; i < bins.length - 1; i++)
+            if (bins[i] > loudest - 20 && bins[i] >= bins[i - 1] && bins[i] > bins[i + 1])
+              peaks.push([hz(i), bins[i]]);
+          peaks.sort((a, b) => b[1] - a[1]);
+          window.lumAudioPeaks.push(peaks.slice(0, 4));
         }, 10);
       }
       connect.call(this, context.lumAnalyser);
