@@ -153,6 +153,8 @@ void BrowserTest::SetUp()
     while ((commands = open(fifo.c_str(), O_WRONLY | O_NONBLOCK | O_CLOEXEC)) < 0 && Clock::now() < deadline)
         std::this_thread::sleep_for(std::chrono::milliseconds(BROWSER_POLL_MS));
     ASSERT_GE(commands, 0) << "the driver did not open its commands\n" << transcript();
+    // From now on a command waits for the driver to take it
+    fcntl(commands, F_SETFL, fcntl(commands, F_GETFL) & ~O_NONBLOCK);
     ASSERT_TRUE(logged(std::regex("^ready ")));
 }
 
@@ -171,9 +173,6 @@ void BrowserTest::TearDown()
 {
     const int id = ++next_id;
     const std::string line = std::to_string(id) + " " + what + "\n";
-    // A pipe's writes of this size are whole, and the driver reads every line
-    int flags = fcntl(commands, F_GETFL);
-    fcntl(commands, F_SETFL, flags & ~O_NONBLOCK);
     if (write(commands, line.data(), line.size()) != static_cast<ssize_t>(line.size()))
         return ::testing::AssertionFailure() << "cannot send '" << what << "' to the driver";
     std::regex reply("^reply " + std::to_string(id) + " (ok|error) ?(.*)$");
