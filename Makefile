@@ -17,7 +17,7 @@ DESTDIR ?=
 # (the project's defaults), on once `make test` or `make bench` has turned them on
 CONFIGURE = cmake -S . -B $(BUILD) -DCMAKE_BUILD_TYPE=RelWithDebInfo --log-level=WARNING
 
-.PHONY: run test bench web serve web-figures fuzz fuzz-seeds screenshot art sounds build install uninstall package deps clean
+.PHONY: run test check bench web serve web-figures fuzz fuzz-seeds screenshot art sounds build install uninstall package deps clean
 
 # Only what running needs: the toy, and the screenshot tool for a machine without a display
 run:
@@ -28,6 +28,14 @@ run:
 
 test: build
 	@cd $(BUILD) && ctest --output-on-failure --timeout 300 -j $(JOBS)
+
+# The fast loop: builds the unit tier alone (no display, no sound device, no network) and runs it
+# (`ctest -L unit`; tests/README.md lists the tiers)
+check:
+	@tools/install-deps.sh check
+	@cmake -S . -B $(BUILD) -DCMAKE_BUILD_TYPE=RelWithDebInfo -DLUM_BUILD_TESTS=ON --log-level=WARNING
+	@cmake --build $(BUILD) -j $(JOBS) --target unit_tests
+	@cd $(BUILD) && ctest -L unit --output-on-failure --timeout 300 -j $(JOBS)
 
 # Speed figures (Google Benchmark); never part of `make test`.
 bench: build

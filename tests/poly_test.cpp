@@ -1,7 +1,7 @@
 // Tests of the polygon lists: points taken from the turtle, triangle fans, pending points, the
 // 64-point limit, bars and circles, and the guard that keeps the frame lists from overflowing.
 // No graphics context exists here: the lists and their counters are checked; drawing them for
-// real is covered by render_test.
+// real is covered by draw_test.
 #include <gtest/gtest.h>
 
 #include <cmath>

@@ -1,7 +1,7 @@
 // Tests of the sprite table and the sprite batches: storage growth and its log lines, corner
 // placement through the turtle, texture coordinates, mirroring, colour bytes, and the shared
 // index list. No graphics context exists here, so only the CPU side is tested: what is written
-// into the batches. Drawing for real is covered by render_test.
+// into the batches. Drawing for real is covered by draw_test.
 #include <gtest/gtest.h>
 
 #include <cmath>

@@ -4,10 +4,11 @@
 #            (`make run`, `make install`)
 #   package  the same, and build the Debian package (`make package`)
 #   web      build the toy for the browser and serve it (`make web`, `make serve`)
+#   check    build and run the unit tests (`make check`)
 #   test     everything: the tests, the benchmarks and the checkers of the installed files
 #            (`make test`, the default)
 # Safe to call again: it does nothing when all are present.
-# Usage: tools/install-deps.sh [run|package|web|test]
+# Usage: tools/install-deps.sh [run|package|web|check|test]
 set -euo pipefail
 
 run=(
@@ -45,9 +46,10 @@ case "${1:-test}" in
   run) packages=("${run[@]}") ;;
   package) packages=("${run[@]}" "${package[@]}") ;;
   web) packages=("${web[@]}") ;;
+  check) packages=("${run[@]}" libgtest-dev libgmock-dev python3) ;;
   test) packages=("${run[@]}" "${package[@]}" "${web[@]}" "${test[@]}") ;;
   *)
-    echo "usage: $0 [run|package|web|test]" >&2
+    echo "usage: $0 [run|package|web|check|test]" >&2
     exit 2
     ;;
 esac
