@@ -8,7 +8,7 @@
 // settings, built with the button toolkit and drawn through the turtle into sprite batches.
 // Depends on: life (the engine), lum (log lines), file (the settings file), buttons, screens (the
 // states its buttons switch to), shell (the layout values and look the shell offers the screens),
-// sounds, state, sprite, glyphs, turtle, draw, rnd.
+// sounds, sprite, glyphs, turtle, draw, rnd.
 #pragma once
 
 #include <array>

@@ -33,6 +33,7 @@
 #include "settings.h"
 #include "sounds.h"
 #include "sprite.h"
+#include "state.h"
 #include "synth_effects.h"
 #include "turtle.h"
 

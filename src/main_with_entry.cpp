@@ -3,6 +3,7 @@
 // when the loop ends, so app_state_exit (which saves) runs after the platform is down, and the
 // final lum_exit does nothing. Without its font the toy cannot draw anything: start-up has said
 // so, and the process ends with status 1 instead of showing a black window.
+// Depends on: lum (the framework's start, loop and end), main (the application's hooks).
 #include "lum.h"
 #include "main.h"
 

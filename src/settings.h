@@ -5,8 +5,9 @@
 // donation unlocks nothing: its only effects are the button's texts and a thank-you pip. The
 // module also asks the store for the product's details, at start-up and on every entry.
 // Depends on: plat_msg (the store exchange), wrapper (opening links), buttons, particles (the
-// icons' breathing trails), poly (the banner), sprite, turtle, sine, rnd, shell (layout values,
-// text, the look of buttons), screens (OK's target), sounds.
+// icons' breathing trails), poly (the banner), sprite, glyphs (text), draw (clearing the frame),
+// turtle, sine, rnd, log (log lines), shell (layout values, text, the look of buttons), screens
+// (OK's target), sounds.
 #pragma once
 
 #include <array>

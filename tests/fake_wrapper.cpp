@@ -30,6 +30,11 @@ void wrapper_exit()
     fake_platform.exits++;
 }
 
+void wrapper_set_mode_hook(void (*reset)())
+{
+    fake_platform.mode_hook = reset;
+}
+
 int wrapper_set_graphics(int w, int h, int, int)
 {
     fake_platform.display_w = w;

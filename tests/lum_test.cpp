@@ -9,6 +9,7 @@
 #include <string>
 #include <vector>
 
+#include "draw.h"
 #include "fake_wrapper.h"
 #include "input.h"
 #include "lum.h"
@@ -409,4 +410,13 @@ TEST(Lum, StartUpClearsTheAudioSwitchesAndKeepsTheGlitchHookSettable)
     auto hook = [](int16_t *, int, int) {};
     lum_set_glitch_callback(hook);
     EXPECT_EQ(lum_settings.callback_glitch, +hook);
+}
+
+// A new video mode's frame state comes from the drawing module, which the platform reaches only
+// through the hook the runtime installs at start-up
+TEST(Lum, StartUpGivesThePlatformTheDrawingsResetForNewModes)
+{
+    fake_platform_reset();
+    lum_init();
+    EXPECT_EQ(fake_platform.mode_hook, &draw_reset);
 }

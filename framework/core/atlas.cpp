@@ -4,8 +4,9 @@
 // cut into tiles trimmed to their visible pixels; font images are scanned for glyph boxes drawn
 // on a marker colour. The page is uploaded upside down (the card's rows run from the bottom),
 // as RGBA bytes, 16-bit texels or alpha only.
-// Depends on: texture-atlas (packing), wrapper_image (decoding), sprite (the next free sprite,
-// drawing), draw (texture binding), log (log lines, assertions), OpenGL.
+// Depends on: atlas_tables (the records and tables it fills), texture-atlas (packing),
+// wrapper_image (decoding), sprite (the next free sprite, drawing), draw (texture binding), log
+// (log lines, assertions), OpenGL.
 //
 // Index of this file:
 // [SECTION] Constants
@@ -69,10 +70,6 @@ struct UPLOAD_TEXELS {
 //----------------------------------------------------------------------------------
 // [SECTION] Module state
 //----------------------------------------------------------------------------------
-std::array<ATLAS, ATLAS_MAX> atlas_;
-std::array<SPRITE, SPRITE_MAX> sprites_;
-int spritecount = 0;
-
 static texture_atlas_t *packer = nullptr;  // places on the page being built; null when none is
 
 //----------------------------------------------------------------------------------
@@ -352,12 +349,6 @@ IMAGE *atlas_get(int index)
 ATLAS *atlas_get_full(int index)
 {
     return &atlas_[static_cast<unsigned>(index) & (ATLAS_MAX - 1)];
-}
-
-// The atlas whose page this is: the page is the atlas's first member
-ATLAS *atlas_from_image(IMAGE *image)
-{
-    return reinterpret_cast<ATLAS *>(image);
 }
 
 // The packer of the page being built, for statistics and tests

@@ -4,23 +4,21 @@
 // one texture. Building an atlas is always: atlas_create_texture, any number of loads and adds,
 // atlas_upload (which discards the packer). Only one packer exists at a time, so atlases are
 // built one after another.
-// Depends on: texture-atlas (packing), wrapper_image (decoding), sprite (its records; drawing the
-// page), draw (binding), log (log lines), OpenGL.
+// Depends on: atlas_tables (the records and tables it fills), texture-atlas (packing),
+// wrapper_image (decoding), sprite (the next free sprite; drawing the page), draw (binding), log
+// (log lines), OpenGL.
 #pragma once
 
 #include <array>
 #include <cstdint>
 
-#include "sprite.h"
+#include "atlas_tables.h"
 
 struct texture_atlas_t;
 
 //----------------------------------------------------------------------------------
 // Constants
 //----------------------------------------------------------------------------------
-constexpr int ATLAS_MAX = 16;      // atlases; an index selects atlas index & 15
-constexpr int SPRITE_MAX = 4096;   // sprites; an index selects sprite index & 4095
-constexpr int ATLAS_BATCHES = 2;   // per atlas: 0 alpha-blended, 1 additive
 
 // The frame written around a piece (the `border` argument of the add and load functions)
 constexpr int ATLAS_BORDER_NONE = 0;    // no frame, no spare line
@@ -37,24 +35,6 @@ constexpr int ATLAS_FORMAT_5551 = 3;    // 16 bits: 5 each of red, green, blue, 
 //----------------------------------------------------------------------------------
 // Types
 //----------------------------------------------------------------------------------
-// One texture page
-struct IMAGE {
-    const char *name;         // for log lines; null after atlas_create_texture
-    int32_t texture_w;        // page size in pixels, powers of two
-    int32_t texture_h;
-    uint32_t opengl_texture;  // graphics texture name, 0 when none
-    int32_t markerx;          // kept in the record; not used by the atlas
-    int32_t markery;
-    int32_t markerh;
-    uint8_t *rgba;            // texture_w * texture_h pixels R, G, B, A, rows from the top; owned, kept after upload
-};
-
-// An atlas: its page, followed by its two batches. The page comes first, so a pointer to the
-// IMAGE of an atlas is also a pointer to the whole ATLAS (atlas_from_image).
-struct ATLAS {
-    IMAGE image;
-    ATLAS_BATCH batch[ATLAS_BATCHES];
-};
 
 // Decoded pixels
 struct RGBA_DATA {
@@ -73,9 +53,6 @@ struct SPRITESHEET {
 //----------------------------------------------------------------------------------
 // Module state
 //----------------------------------------------------------------------------------
-extern std::array<ATLAS, ATLAS_MAX> atlas_;
-extern std::array<SPRITE, SPRITE_MAX> sprites_;
-extern int spritecount;       // sprites in use; sprites are never removed
 
 //----------------------------------------------------------------------------------
 // Functions
@@ -84,7 +61,6 @@ int atlas_init();                      // logs "atlas: init", zeroes the atlases
 void atlas_exit();                     // deletes the textures, frees the batches, pages and packer
 IMAGE *atlas_get(int index);           // the page of atlas index & 15
 ATLAS *atlas_get_full(int index);      // the whole atlas index & 15
-ATLAS *atlas_from_image(IMAGE *image); // the atlas whose page this is
 
 RGBA_DATA *rgba_load(const char *path);  // decoded file, or null
 void rgba_free(RGBA_DATA *rgba);         // null is ignored

@@ -3,7 +3,7 @@
 
 #include <GL/gl.h>
 
-#include "atlas.h"
+#include "atlas_tables.h"
 #include "log.h"
 #include "wrapper.h"
 

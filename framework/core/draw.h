@@ -1,7 +1,7 @@
 // draw: the basic frame state of the OpenGL renderer.
 // The orthographic projection with y growing downward, clearing, the texture binding cache and
 // the buffer flip.
-// Depends on: wrapper (display size, buffer swap), atlas (the IMAGE record), log (log lines),
+// Depends on: wrapper (display size, buffer swap), atlas_tables (the IMAGE record), log (log lines),
 // OpenGL 1.x.
 #pragma once
 

@@ -140,6 +140,7 @@ int lum_init()
     clear_settings();
     mrand_seed = static_cast<uint32_t>(std::time(nullptr));
     input_init();
+    wrapper_set_mode_hook(draw_reset);
     wrapper_init();
     synth_effects_init(0, 0);
     atlas_init();

@@ -3,7 +3,7 @@
 // handling, and the boot screen that is current until the application switches to its own. Its
 // header also gives the application the log line (log) and the audio switches (lum_settings).
 // Depends on: log (log lines, the clock, the tick number), lum_settings (the audio switches),
-// wrapper (platform, the audio lock, quit requests), wrapper_file (the application name),
+// wrapper (platform, quit requests, the new-mode hook), wrapper_file (the application name),
 // wrapper_music (the audio stream), state, input, rnd, sine, turtle, draw, atlas, poly,
 // synth_effects (set up at start-up; the boot screen's growl).
 #pragma once

@@ -7,7 +7,7 @@
 #include <cstdlib>
 #include <utility>
 
-#include "atlas.h"
+#include "atlas_tables.h"
 #include "draw.h"
 #include "log.h"
 #include "turtle.h"
@@ -70,7 +70,7 @@ static void sprite_offset_move(const SPRITE *sprite, int flip)
 static int atlas_index(const ATLAS *atlas)
 {
     for (int i = 0; i < ATLAS_MAX; i++)
-        if (atlas_get(i) == &atlas->image)
+        if (&atlas_[static_cast<size_t>(i)] == atlas)
             return i;
     return -1;
 }

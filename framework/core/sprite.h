@@ -1,15 +1,16 @@
 // sprite: sprites as textured quads, drawn at once or collected into the atlas batches.
 // Every sprite is placed, scaled, rotated and tinted by the turtle. Batch 0 of an atlas is drawn
 // with alpha blending, batch 1 additively; each is drawn with one call by sprite_batch_draw.
-// The atlas fills the sprite table and keeps the batches; this module owns their records.
-// Depends on: atlas (sprite table, batches), turtle, draw (texture binding), log (log lines),
-// OpenGL.
+// The atlas fills the sprite table (atlas_tables) and the batches are its atlases'; this module
+// plots into them and draws them.
+// Depends on: atlas_tables (the sprite table, the batches), turtle, draw (texture binding), log
+// (log lines), OpenGL.
 #pragma once
 
 #include <array>
 #include <cstdint>
 
-struct IMAGE;
+#include "atlas_tables.h"
 
 //----------------------------------------------------------------------------------
 // Constants
@@ -22,40 +23,6 @@ constexpr int SPRITE_ELEMENTS = SPRITE_DRAW_QUADS * 6;  // two triangles a quad
 //----------------------------------------------------------------------------------
 // Types
 //----------------------------------------------------------------------------------
-// One vertex of a batched sprite; a sprite takes four consecutive vertices
-struct BATCH_ITEM {
-    float x, y, z;            // screen position
-    int16_t u, v;             // texture position in pixels
-    uint8_t r, g, b, a;       // colour 0..255
-    float pad[3];             // unused: keeps a vertex 32 bytes long
-};
-static_assert(sizeof(BATCH_ITEM) == 32, "the vertex arrays are drawn with a 32-byte stride");
-
-// A batch of quads waiting to be drawn with one call
-struct ATLAS_BATCH {
-    BATCH_ITEM *entry;        // 4 * size vertices; null until the first plot
-    int32_t count;            // sprites plotted since the last draw
-    int32_t size;             // sprites the storage holds
-    int32_t max;              // growth limit
-};
-
-// A packed piece of a page. All fields but the last are signed 16-bit.
-struct SPRITE {
-    int16_t atlasx, atlasy;   // top-left pixel of the piece within the page
-    int16_t w, h;             // size of the piece (after trimming)
-    int16_t boxx, boxy;       // where the trimmed piece starts inside its tile (sheets only)
-    int16_t boxw, boxh;       // size of the untrimmed tile (sheets) or of the glyph box (fonts)
-    int16_t xoff, yoff;       // offset of the piece's centre from the tile's centre (sheets only)
-    IMAGE *atlas;             // the page holding the pixels
-};
-
-// A bitmap font: consecutive glyph sprites, one per character code from `first` on
-struct SPRITEFONT {
-    unsigned glyphbase;       // sprite index of the first glyph
-    unsigned first;           // character code of the first glyph
-    unsigned count;           // number of glyphs
-    SPRITE *glyphs;           // the first glyph's sprite
-};
 
 //----------------------------------------------------------------------------------
 // Module state

@@ -2,7 +2,7 @@
 // The skyline is a row of nodes, left to right, each a segment of columns with the first free
 // row under it (rows grow downward). A request goes where its bottom edge comes out nearest the
 // top, the new segment is laid over the nodes it covers, and neighbours of equal row are joined.
-// Depends on: vector (the nodes), lum (assertions, out-of-memory exit), OpenGL (texture names).
+// Depends on: vector (the nodes), log (assertions, out-of-memory exit), OpenGL (texture names).
 #include "texture-atlas.h"
 
 #include <GL/gl.h>

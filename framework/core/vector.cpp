@@ -1,7 +1,7 @@
 // vector: a type-erased growable array of fixed-size items (see vector.h).
 // Growth: a new vector holds one item; single inserts double the capacity when it is full; bulk
 // operations grow to exactly the count they need; only vector_shrink ever gives memory back.
-// Depends on: lum (assertions, out-of-memory exit), libc (malloc, realloc, memmove, qsort).
+// Depends on: log (assertions, out-of-memory exit), libc (malloc, realloc, memmove, qsort).
 #include "vector.h"
 
 #include <cstdlib>

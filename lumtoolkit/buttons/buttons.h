@@ -4,8 +4,9 @@
 // when a button is pressed, switches to a button's target screen when it is clicked, and draws
 // every button as a stretched backing sprite with a text label. All buttons live in one fixed
 // table; a screen that wants new buttons starts over.
-// Depends on: state (target screens), sprite (backings), glyphs (labels), turtle, sine (the
-// rainbow), lum (logic rate, seconds, log lines, display size, RGBA).
+// Depends on: state (target screens), atlas (the font and sprite records), sprite (backings),
+// glyphs (labels), turtle, sine (the rainbow), lum (logic rate, seconds, log lines, display size,
+// RGBA).
 #pragma once
 
 #include <array>

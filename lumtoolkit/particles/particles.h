@@ -4,7 +4,7 @@
 // sprite table into an atlas's batches, or as polygons. The pool is a ring of 128 records; when
 // all are in use a spare record is handed out instead, which is never updated or drawn. Two
 // ready-made effects: a burst of six "smack" wedges and a single sprite.
-// Depends on: sprite (the sprite table, batches), turtle (placement, colour), poly (wedges and
+// Depends on: atlas (the sprite records), sprite (the sprite table, batches), turtle (placement, colour), poly (wedges and
 // the default disc), calc (velocity from a heading), rnd (the burst's spread), lum (log line,
 // XY, RGBA).
 #pragma once

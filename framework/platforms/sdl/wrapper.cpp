@@ -17,7 +17,6 @@
 #include <cstdio>
 
 #include "SDL.h"
-#include "draw.h"
 #include "input.h"
 #include "log.h"
 #include "plat_msg.h"
@@ -37,6 +36,7 @@ static int fullscreen_ = 0;
 static SDL_Joystick *joy = nullptr;  // opened at start and not read afterwards
 static int quit_requested = 0;       // set by a window close, a held Escape or a missing display
 static int save_requested = 0;       // set by a lost focus, a minimised window or a hang-up
+static void (*mode_hook)() = nullptr;  // sets up a new mode's frame state (the drawing's reset)
 static void (*save_hook)() = nullptr;
 
 //----------------------------------------------------------------------------------
@@ -102,6 +102,11 @@ void wrapper_exit()
 //----------------------------------------------------------------------------------
 // [SECTION] Video mode
 //----------------------------------------------------------------------------------
+void wrapper_set_mode_hook(void (*reset)())
+{
+    mode_hook = reset;
+}
+
 // Open a video mode. A zero size takes the desktop's; a window with a zero size is half the
 // desktop in both directions, while full screen with zero sizes takes the whole desktop.
 int wrapper_set_graphics(int w, int h, int depth, int fullscreen)
@@ -119,7 +124,8 @@ int wrapper_set_graphics(int w, int h, int depth, int fullscreen)
     if (!SDL_SetVideoMode(display_w, display_h, depth, flags))
         return -1;
     wrapper_host_window_opened();
-    draw_reset();
+    if (mode_hook)
+        mode_hook();
     wrapper_reset_opengl_matrix(0.0f, 0.0f);
     fullscreen_ = fullscreen;
     return 1;

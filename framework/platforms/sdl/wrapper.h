@@ -4,8 +4,7 @@
 // and OpenGL is wrapper.cpp, on the desktop and in the browser alike, over a host of each
 // (wrapper_host).
 // Depends on: wrapper_system (clock, threads, audio lock: declared with the platform's interface),
-// input (events are queued there), log (log lines), draw (reset on a new mode), wrapper_music
-// (closed at exit), plat_msg (the replier to platform messages, installed at start),
+// input (events are queued there), log (log lines), wrapper_music (closed at exit), plat_msg (the replier to platform messages, installed at start),
 // wrapper_host (signals and the display, or the page).
 #pragma once
 
@@ -22,6 +21,9 @@ void wrapper_exit();   // stop SDL
 
 // Video mode
 int wrapper_set_graphics(int w, int h, int depth, int fullscreen);  // 1, or -1 if refused
+// What a new video mode's frame state is set up with (the runtime installs the drawing's reset);
+// called once the mode is open, before the layer's own matrix; null: nothing
+void wrapper_set_mode_hook(void (*reset)());
 int wrapper_set_fullscreen(int set);
 int wrapper_fullscreen();
 int wrapper_desktop_w();

@@ -2,7 +2,8 @@
 // layer (wrapper, wrapper_file, wrapper_image, wrapper_music, wrapper_system) is the same code on
 // the desktop and in the browser; each host implements this header once: the desktop's X display
 // and signals (wrapper_host.cpp here), the browser's page (platforms/web/wrapper_host.cpp).
-// Depends on: nothing; the host calls back into the layer through wrapper_run_save_hook.
+// Depends on: log (log lines), wrapper_file (it implements the file half's flush and change report),
+// wrapper_system (the clock and delay, waiting for the browser's storage); the host calls back into the layer through wrapper_run_save_hook.
 #pragma once
 
 //----------------------------------------------------------------------------------

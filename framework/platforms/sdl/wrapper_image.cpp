@@ -1,7 +1,7 @@
 // wrapper_image: image decoding on the desktop, through SDL_image (see wrapper_image.h).
 // A file is loaded with IMG_Load, converted to the display's format with an alpha channel, and
 // read out pixel by pixel as R, G, B, A bytes.
-// Depends on: lum (log lines), SDL 1.2 (surfaces, a video mode for the conversion), SDL_image.
+// Depends on: log (log lines), wrapper_file (only regular files are decoded), SDL 1.2 (surfaces, a video mode for the conversion), SDL_image.
 #include "wrapper_image.h"
 
 #include <climits>

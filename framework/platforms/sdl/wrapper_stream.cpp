@@ -1,5 +1,6 @@
 // wrapper_stream: the desktop's audio device, through SDL_mixer (see wrapper_music.h): opened
 // with the mixer, which calls mixaudio after mixing its own channels and the music.
+// Depends on: log (log lines), wrapper_music (the stream's setting, the mix, the music), SDL_mixer.
 #include "SDL.h"
 #include "SDL_mixer.h"
 #include "log.h"

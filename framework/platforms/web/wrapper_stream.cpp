@@ -2,6 +2,8 @@
 // post-mix hook, so the stream is opened with SDL's own audio, whose callback starts each block
 // in silence and hands it to the same mixaudio the desktop's mixer calls. Emscripten resumes the
 // page's audio at the first click or key (browsers keep it silent until then).
+// Depends on: log (log lines), wrapper_music (the stream's setting, the mix, the music), SDL's
+// audio, Emscripten.
 #include <emscripten.h>
 
 #include <cstring>
