@@ -38,7 +38,7 @@ static void BM_MixaudioEightEffects(benchmark::State &state)
     for (auto _ : state) {
         block.fill(0);
         lum_ticks++;
-        lum_settings.synth_effects_state = 1;
+        synth_effects_hand_over();
         mixaudio(-2, block.data(), static_cast<int>(sizeof block), nullptr);
         benchmark::DoNotOptimize(block.data());
     }

@@ -522,27 +522,43 @@ TEST(SynthRuntime, TheBootScreenGrowlsAtHalfASecondAndAtThreeSeconds)
     EXPECT_EQ(growls().size(), 2u) << "two growls in all";
 }
 
-TEST(SynthRuntime, EveryLogicTickHoldsTheAudioLockAndReleasesIt)
+// The audio thread's view of a tick: the slot the screen's update claims pending until the tick
+// ends, the audio lock free for the audio thread all the while, and the hand-over at the end
+TEST(SynthRuntime, EveryLogicTickRunsWithoutTheAudioLockAndHandsItsSlotsOverAtItsEnd)
 {
     fake_platform_reset();
-    static int locks_seen = 0;
-    static STATE screen = {nullptr, [] { locks_seen = fake_platform.audio_locks; }, nullptr, nullptr};
+    static int updates = 0;
+    static int pending_in_updates = 0;
+    static int lock_free_in_updates = 0;
+    static SYNTH_EFFECT_STATE *last = nullptr;
+    static STATE screen = {nullptr, [] {
+        updates++;
+        last = synth_effect(forever);
+        pending_in_updates += synth_effects_pending(static_cast<int>(last - synth_effects.data()));
+        bool free_for_audio = false;
+        std::thread audio([&] {
+            free_for_audio = fake_audio_lock.try_lock();
+            if (free_for_audio)
+                fake_audio_lock.unlock();
+        });
+        audio.join();
+        lock_free_in_updates += free_for_audio ? 1 : 0;
+    }, nullptr, nullptr};
     capture_stdout([] {
         lum_init();
+        lum_settings.stream_init_result = 1;
+        lum_enable_synth(1);
+        synth_effects_init(8, 8);
         state_set(&screen);
-        int before = fake_platform.audio_locks;
+        lum_settings.synth_effects_state = 0;
         run_until(100);
-        EXPECT_GE(fake_platform.audio_locks - before, 5);
     });
-    EXPECT_GT(locks_seen, 0) << "the screen's update ran with the lock taken";
-    bool free_for_others = false;
-    std::thread other([&] {
-        free_for_others = fake_audio_lock.try_lock();
-        if (free_for_others)
-            fake_audio_lock.unlock();
-    });
-    other.join();
-    EXPECT_TRUE(free_for_others) << "and it was given back";
+    EXPECT_GE(updates, 5);
+    EXPECT_EQ(pending_in_updates, updates) << "every update's new slot was pending in its tick";
+    EXPECT_EQ(lock_free_in_updates, updates) << "and the update ran without the audio lock";
+    EXPECT_EQ(synth_effects_pending(static_cast<int>(last - synth_effects.data())), 0)
+        << "handed over after the last tick";
+    EXPECT_EQ(lum_settings.synth_effects_state, updates) << "each tick marked";
 }
 
 }  // namespace

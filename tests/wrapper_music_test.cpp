@@ -214,8 +214,9 @@ TEST_F(Stream, WithTheSynthesiserOffNothingIsAdvancedOrRenderedAndEffectsDoNotRu
     SYNTH_EFFECT_STATE *e = synth_effect(counting);
     constant_synth(5000);
     lum_settings.enable_synth = 0;
-    lum_settings.synth_effects_state = 3;
     lum_ticks++;
+    synth_effects_hand_over();
+    lum_settings.synth_effects_state = 3;
     int16_t block[4] = {1, 2, 3, 4};
     mixaudio(-2, block, sizeof block, nullptr);
     EXPECT_EQ(block[0], 1);

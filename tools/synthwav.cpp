@@ -45,6 +45,7 @@
 #include "fonttext.h"
 #include "game.h"
 #include "lum.h"
+#include "lum_mix.h"
 #include "main.h"
 #include "png.h"
 #include "rnd.h"
@@ -333,7 +334,7 @@ static void sweep_free_slots()
 static bool render_sound(const SOUND &s, TAKE &take)
 {
     mrand_seed = RANDOM_SEED;
-    std::vector<SAMPLETYPE> block;
+    std::vector<int16_t> block;
     int quiet = 0;
     for (int tick = 0; quiet < TAIL_TICKS; tick++) {
         if (tick == MAX_TICKS) {
@@ -344,12 +345,15 @@ static bool render_sound(const SOUND &s, TAKE &take)
         s.script(s, tick);
         synth_effects_update();
         sweep_free_slots();
-        // Samples up to the end of this tick, counted exactly: 367 and 368 in turn
+        // The tick's block through the toy's mix, into silence, with no tick handed over (the
+        // effects ran above, before the sweep): samples up to the end of this tick, counted
+        // exactly, 367 and 368 in turn; the left channel is the sound
         const size_t end = static_cast<size_t>(tick + 1) * SAMPLE_RATE / TICK_RATE;
-        block.resize(end - take.samples.size());
-        syn_update(&synraw, block.data(), static_cast<unsigned>(block.size()));
-        for (SAMPLETYPE v : block) {
-            const auto sample = static_cast<int16_t>(v);
+        const size_t frames = end - take.samples.size();
+        block.assign(2 * frames, 0);
+        lum_mix_block(block.data(), static_cast<int>(frames));
+        for (size_t n = 0; n < frames; n++) {
+            const int16_t sample = block[2 * n];
             take.samples.push_back(sample);
             take.peak = std::max(take.peak, std::abs(static_cast<int>(sample)));
         }

@@ -187,20 +187,18 @@ static void run_save_hook()
     save_hook_();
 }
 
-// Run one logic tick: events in, the screen's update, the audio hand-over marker, events out.
-// NOTE: the audio device stays locked from the tick's start to its hand-over, so the effects a
-// screen creates, and the parameters it writes into them, are whole before the audio thread
-// runs them. A screen's update therefore must not open or close the audio stream.
+// Run one logic tick: events in, the screen's update, the audio hand-over, events out.
+// NOTE: the slots a screen claims stay pending until the tick's hand-over, so the effects it
+// creates, and the parameters it writes into them, are whole before the audio thread runs them;
+// no lock is held meanwhile, so a slow update never delays the audio callback.
 static void run_tick()
 {
     logic_ticks++;
-    wrapper_lock_audio();
     lum_ticks++;
     wrapper_handle_events();
     input_update_events();
     state_update();
-    lum_settings.synth_effects_state++;
-    wrapper_unlock_audio();
+    synth_effects_hand_over();
     input_clear_events();
     run_save_hook();
 }

@@ -5,11 +5,13 @@
 // [SECTION] Private helpers
 // [SECTION] Set-up
 // [SECTION] Claiming slots
+// [SECTION] The hand-over
 // [SECTION] Running effects
 // [SECTION] The growl
 #include "synth_effects.h"
 
 #include <algorithm>
+#include <atomic>
 
 #include "log.h"
 #include "lum_settings.h"
@@ -31,6 +33,10 @@ static int cur = 0;             // the rotating search cursor
 static int allocated = 0;       // occupied slots, for the log line
 static int new_effect = 0;      // set whenever an effect is created; nothing reads it
 static SYNTH_EFFECT_STATE dummy; // handed out when no slot can be had
+// The hand-over: a slot claimed since the last one is pending, left alone by the audio side until
+// the hand-over publishes it; the tick count as handed over is the audio side's clock of ticks
+static std::array<std::atomic<uint8_t>, SYNTH_EFFECTS_MAX> pending;
+static std::atomic<uint32_t> handed_tick{0};
 
 //----------------------------------------------------------------------------------
 // [SECTION] Private helpers
@@ -63,6 +69,7 @@ static void free_slot(SYNTH_EFFECT_STATE *e, uint32_t now)
 //----------------------------------------------------------------------------------
 void synth_effects_init(int voices, int slots)
 {
+    wrapper_lock_audio();
     if (voices == 0)
         effect_max_ = SYNTH_EFFECTS_DEFAULT_MAX;
     else if (voices > 0)
@@ -73,12 +80,15 @@ void synth_effects_init(int voices, int slots)
         effect_slots_ = std::min(slots, static_cast<int>(SYN_MAX_STAGES));
     if (effect_max_ * effect_slots_ > static_cast<int>(SYN_MAX_STAGES))
         effect_max_ = static_cast<int>(SYN_MAX_STAGES) / effect_slots_;
-    lum_logf("EFFECT MAX   %d\n", effect_max_);
-    lum_logf("EFFECT SLOTS %d\n", effect_slots_);
-    wrapper_lock_audio();
     synth_effects.fill(SYNTH_EFFECT_STATE{});
+    for (std::atomic<uint8_t> &p : pending)
+        p.store(0, std::memory_order_relaxed);
     allocated = 0;
+    const int max = effect_max_;
+    const int stages = effect_slots_;
     wrapper_unlock_audio();
+    lum_logf("EFFECT MAX   %d\n", max);
+    lum_logf("EFFECT SLOTS %d\n", stages);
 }
 
 int synth_effects_tail_slot()
@@ -135,15 +145,16 @@ int get_effect_ex(SYNTH_EFFECT func, int force, int priority)
     e = SYNTH_EFFECT_STATE{};
     e.func = func;
     e.base = slot_base(chosen);
+    pending[static_cast<size_t>(chosen)].store(1, std::memory_order_relaxed);
     syn_enable_range(&synraw, e.base, e.base + count - 1, 0);
     allocated++;
     return chosen;
 }
 
 // Start an effect in a slot, forcing out an equal-priority tail when nothing else is free.
-// NOTE: the audio device is locked while the slot is claimed, so the audio thread never sees a
-// half-made record; the main loop also holds the lock through each tick's screen update, so the
-// parameters the caller writes next are whole before the effect first runs.
+// NOTE: the audio device is locked while the slot is claimed (the slot records and the stages are
+// the audio thread's too), and only then; the parameters the caller writes next are whole before
+// the effect first runs because the audio side leaves the slot alone until the tick's hand-over.
 SYNTH_EFFECT_STATE *synth_effect_ex(SYNTH_EFFECT func, int priority)
 {
     if (!lum_settings.enable_synth) {
@@ -178,17 +189,40 @@ SYNTH_EFFECT_STATE *synth_effect(SYNTH_EFFECT func)
 }
 
 //----------------------------------------------------------------------------------
+// [SECTION] The hand-over
+//----------------------------------------------------------------------------------
+// At the end of each logic tick: every slot claimed since the last hand-over is published with a
+// release, so the audio thread, whose acquiring read finds it published, sees the whole record
+// the tick wrote; then the tick count and the marker. The claim itself needs no ordering of its
+// own: it marks the slot pending under the audio lock, so an audio block that starts after the
+// claim sees the mark.
+void synth_effects_hand_over()
+{
+    for (std::atomic<uint8_t> &p : pending)
+        p.store(0, std::memory_order_release);
+    handed_tick.store(lum_ticks);
+    lum_settings.synth_effects_state++;
+}
+
+int synth_effects_pending(int slot)
+{
+    if (slot < 0 || slot >= SYNTH_EFFECTS_MAX)
+        return 0;
+    return pending[static_cast<size_t>(slot)].load(std::memory_order_acquire);
+}
+
+//----------------------------------------------------------------------------------
 // [SECTION] Running effects
 //----------------------------------------------------------------------------------
-// Run every effect once, at most once per logic tick; free the slots whose effects are done,
-// sweep finished tails once a second, and trim the engine to the last stage in use
-void synth_effects_update()
+// Run every effect once, at most once per logic tick (`now`); free the slots whose effects are
+// done, sweep finished tails once a second, and trim the engine to the last stage in use.
+// `handed_only` leaves the slots not yet handed over alone.
+static void run_effects(uint32_t now, bool handed_only)
 {
     static uint32_t last_tick = 0;     // the logic tick of the previous run
     static double last_sweep = 0.0;    // the clock at the previous sweep
 
     const double now_s = lum_seconds();
-    const uint32_t now = lum_ticks;
     if (!lum_settings.enable_synth || effect_max_ == 0 || effect_slots_ == 0 || now == last_tick)
         return;
     const bool sweep = now_s - last_sweep >= SYNTH_EFFECTS_SWEEP_S;
@@ -197,6 +231,8 @@ void synth_effects_update()
     last_tick = now;
     const unsigned count = static_cast<unsigned>(effect_slots_);
     for (int n = 0; n < effect_max_; n++) {
+        if (handed_only && synth_effects_pending(n))
+            continue;
         SYNTH_EFFECT_STATE *e = &synth_effects[n];
         if (!e->func) {
             if (sweep)
@@ -215,6 +251,19 @@ void synth_effects_update()
         }
     }
     synraw.stages = static_cast<uint32_t>(syn_find_last_used(&synraw) + 1);
+}
+
+void synth_effects_update()
+{
+    run_effects(lum_ticks, false);
+}
+
+// The audio callback's run: at the tick last handed over, of the slots handed over. A block that
+// falls inside a logic tick runs the effects of the tick before (once), and leaves the slots this
+// tick is still writing for the block after its hand-over.
+void synth_effects_audio_update()
+{
+    run_effects(handed_tick.load(), true);
 }
 
 //----------------------------------------------------------------------------------

@@ -3,8 +3,10 @@
 // slot manager whether to go on, release the slot while its stages ring out, or stop them.
 // Slots divide the synthesiser's stage array into equal parts; a new effect takes a free slot,
 // or steals the oldest release tail of lower priority when none is free. The effects run on the
-// audio thread; they are created on the main thread, with the audio device locked (see
-// synth_effect_ex).
+// audio thread; they are created on the main thread, with the audio device locked around the
+// creation alone (see synth_effect_ex). A slot claimed in a logic tick stays pending while the
+// tick writes its parameters; the main loop hands the tick's slots over at its end, and the audio
+// side runs only slots handed over, so it sees whole records and never waits for a tick.
 // Depends on: synth (the stages), log (log lines, the tick count and clock), lum_settings (the
 // audio switches), wrapper_system (the audio lock).
 #pragma once
@@ -63,7 +65,16 @@ SYNTH_EFFECT_STATE *synth_effect_ex(SYNTH_EFFECT func, int priority);
 SYNTH_EFFECT_STATE *synth_effect(SYNTH_EFFECT func);
 // Choose and claim a slot: its number, -1 when none (or the synthesiser is off), -2 without func
 int get_effect_ex(SYNTH_EFFECT func, int force, int priority);
-void synth_effects_update();   // audio thread: run every effect once per logic tick
+// Run every effect once per logic tick, at the current tick (a caller on the logic's own thread,
+// or with the logic stopped: the tools and the tests)
+void synth_effects_update();
+
+// The hand-over between the logic and the audio thread
+void synth_effects_hand_over();     // end of a tick: publish its slots, mark it (synth_effects_state + 1)
+int synth_effects_pending(int slot); // 1 from the slot's claim to the next hand-over
+// The audio callback's run: synth_effects_update at the tick last handed over, leaving the
+// slots still pending alone
+void synth_effects_audio_update();
 int synth_effects_active();    // slots whose stages still sound
 int synth_effects_tail_slot(); // the first stage above all slots, free for other patches
 

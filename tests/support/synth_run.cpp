@@ -1,8 +1,11 @@
 // synth_run: the synthesiser driven tick by tick for tests (see synth_run.h).
 #include "synth_run.h"
 
+#include <array>
+
 #include "capture.h"
 #include "lum.h"
+#include "lum_mix.h"
 #include "synth.h"
 #include "synth_effects.h"
 
@@ -23,12 +26,16 @@ void synth_run_effects()
     synth_effects_update();
 }
 
+// The tick's samples through the framework's mix of a block, into silence; the effects ran just
+// before, so the mix is given no tick to hand over. The left channel is the sound.
 void synth_run_tick(std::vector<int16_t> *out)
 {
     synth_run_effects();
-    syn_update(&synraw, synthbuf.data(), SYNTH_RUN_TICK_SAMPLES);
+    std::array<int16_t, 2 * SYNTH_RUN_TICK_SAMPLES> block{};
+    lum_mix_block(block.data(), SYNTH_RUN_TICK_SAMPLES);
     if (out)
-        out->insert(out->end(), synthbuf.begin(), synthbuf.begin() + SYNTH_RUN_TICK_SAMPLES);
+        for (int n = 0; n < SYNTH_RUN_TICK_SAMPLES; n++)
+            out->push_back(block[2 * static_cast<size_t>(n)]);
 }
 
 // A slot sounds while its stages do or while its effect still runs

@@ -1,7 +1,8 @@
 // synth_run: the synthesiser and its effect slots driven the way the toy drives them, for tests
 // without an audio device: a logic tick advances the tick count, the audio side runs the effects
-// once and renders that tick's share of samples (22050 / 60 a tick).
-// Depends on: synth, synth_effects, lum (the switches and the tick count), capture (set-up lines).
+// once and mixes that tick's share of samples (22050 / 60 a tick) through the framework's mix.
+// Depends on: synth, synth_effects, lum (the switches and the tick count), lum_mix (the block's
+// mix), capture (set-up lines).
 #pragma once
 
 #include <cstdint>

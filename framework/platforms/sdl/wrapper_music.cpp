@@ -1,36 +1,33 @@
-// wrapper_music: the platform's audio mix and music over SDL_mixer (see wrapper_music.h). The
-// device itself is opened by wrapper_stream, which differs between the desktop and the browser.
+// wrapper_music: the platform's audio stream and music over SDL_mixer (see wrapper_music.h). The
+// device itself is opened by wrapper_stream, which differs between the desktop and the browser;
+// what goes into a block is the framework's mix (lum_mix).
 //
 // Index of this file:
 // [SECTION] Module state
-// [SECTION] The mix
+// [SECTION] The stream
 // [SECTION] The post-mix callback
 // [SECTION] Music
 #include "wrapper_music.h"
 
-#include <algorithm>
 #include <cstdint>
 
 #include "SDL.h"
 #include "SDL_mixer.h"
 #include "log.h"
-#include "lum_settings.h"
-#include "synth.h"
-#include "synth_effects.h"
-#include "wav-play.h"
-#include "wrapper_system.h"
+#include "lum_mix.h"
 
 //----------------------------------------------------------------------------------
 // [SECTION] Module state
 //----------------------------------------------------------------------------------
-constexpr unsigned WRAPPER_SOUND_BITS = 16;        // signed 16-bit little-endian samples
 constexpr int WRAPPER_MUSIC_FULL = MIX_MAX_VOLUME; // SDL_mixer's full music volume, 128
 
 static Mix_Music *music = nullptr;   // the music playing, or null
-static unsigned sample_rate_ = 0;    // the stream's rate as opened
+static int init = 0;                 // the stream was opened
+
+static void wrapper_music_release();
 
 //----------------------------------------------------------------------------------
-// [SECTION] The mix
+// [SECTION] The stream
 //----------------------------------------------------------------------------------
 WRAPPER_SOUND_SETTING wrapper_sound_setting(unsigned samplerate, unsigned bufsize)
 {
@@ -41,52 +38,41 @@ WRAPPER_SOUND_SETTING wrapper_sound_setting(unsigned samplerate, unsigned bufsiz
     return {rate, bufsize};
 }
 
-// The sample voices and the synthesiser start afresh at the stream's rate, with the callback held
-void wrapper_mix_start(unsigned rate)
+// Open the stream at `samplerate` Hz with blocks of `bufsize` frames (derived from the rate when
+// 0: 512 at 22050 Hz) on the host's device; the sample voices and the synthesiser start afresh at
+// the stream's rate before the device plays
+int wrapper_sound_init(unsigned samplerate, unsigned bufsize)
 {
-    wrapper_lock_audio();
-    sample_rate_ = rate;
-    wave_init(rate, WRAPPER_SOUND_BITS);
-    syn_init(&synraw, static_cast<int>(rate), 1.0f, SYN_MAX_STAGES);
-    wrapper_unlock_audio();
+    if (samplerate == 0 && bufsize == 0 && init)
+        return 2;
+    const WRAPPER_SOUND_SETTING setting = wrapper_sound_setting(samplerate, bufsize);
+    if (wrapper_stream_open_device(setting) < 0) {
+        init = 0;
+        return -1;
+    }
+    lum_mix_start(setting.rate);
+    lum_log("START audio STREAM");
+    wrapper_stream_start_device();
+    init = 1;
+    return 1;
+}
+
+// Stop the music and close the device
+void wrapper_sound_exit()
+{
+    wrapper_music_release();
+    wrapper_stream_close_device();
+    init = 0;
 }
 
 //----------------------------------------------------------------------------------
 // [SECTION] The post-mix callback
 //----------------------------------------------------------------------------------
-// Add a mono block to both channels of its frames, saturating at the 16-bit limits
-static void add_mono(int16_t *stereo, const SAMPLETYPE *mono, int frames)
-{
-    for (int n = 0; n < 2 * frames; n++) {
-        int sum = stereo[n] + static_cast<int16_t>(mono[n / 2]);
-        stereo[n] = static_cast<int16_t>(std::clamp(sum, -32768, 32767));
-    }
-}
-
-// SDL_mixer's post-mix hook, on its audio thread, with the device locked: the glitch hook, the
-// sample voices, then (with the synthesiser on) one run of the effects if the logic has ticked
-// since the last block, and the synthesiser's render added to both channels.
-// NOTE: a block longer than the render buffer is rendered in parts.
+// SDL_mixer's post-mix hook (and the browser's stream callback), on the audio thread with the
+// device locked: the framework's mix of the block
 void mixaudio(int, void *stream, int len, void *)
 {
-    int16_t *samples = static_cast<int16_t *>(stream);
-    const int frames = len / 2 / 2;
-    if (LUM_GLITCH_CALLBACK glitch = lum_settings.callback_glitch)
-        glitch(samples, frames, static_cast<int>(sample_rate_));
-    if (lum_settings.enable_wav)
-        wave_output_stereo(samples, frames);
-    if (!lum_settings.enable_synth)
-        return;
-    if (lum_settings.synth_effects_state) {
-        synth_effects_update();
-        lum_settings.synth_effects_state = 0;
-    }
-    for (int done = 0; done < frames;) {
-        const int part = std::min(frames - done, static_cast<int>(SYN_BUFFER_SAMPLES));
-        syn_update(&synraw, synthbuf.data(), static_cast<unsigned>(part));
-        add_mono(samples + 2 * done, synthbuf.data(), part);
-        done += part;
-    }
+    lum_mix_block(static_cast<int16_t *>(stream), len / 2 / 2);
 }
 
 //----------------------------------------------------------------------------------
@@ -129,7 +115,7 @@ void wrapper_resume_music()
 }
 
 // Stop and free the music, if any (the stream is closing)
-void wrapper_music_release()
+static void wrapper_music_release()
 {
     if (music) {
         Mix_HaltMusic();

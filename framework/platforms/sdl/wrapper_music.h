@@ -1,13 +1,12 @@
 // wrapper_music: the platform's audio output, the only code that calls SDL_mixer.
 // Opens the stream (signed 16-bit stereo), installs the one post-mix callback that adds the
-// framework's own sound to every block (the optional glitch hook, the sample voices, the effect
-// slots and the synthesiser) and plays background music through SDL_mixer's music channel.
-// The mix and the music are wrapper_music.cpp; the device is wrapper_stream.cpp, which on the
-// desktop opens it through SDL_mixer and in the browser through SDL's own audio (whose mixer
-// has no post-mix hook): both call the same mixaudio.
+// framework's own sound to every block (lum_mix: the optional glitch hook, the sample voices, the
+// effect slots and the synthesiser) and plays background music through SDL_mixer's music channel.
+// The stream, the callback and the music are wrapper_music.cpp; the device is wrapper_stream.cpp,
+// which on the desktop opens it through SDL_mixer and in the browser through SDL's own audio
+// (whose mixer has no post-mix hook): both call the same mixaudio.
 // The unit tests replace it with the platform's test double.
-// Depends on: log (log lines), lum_settings (the audio switches), synth and synth_effects (rendered
-// and advanced in the callback), wav-play (mixed in the callback), wrapper_system (the audio lock).
+// Depends on: log (log lines), lum_mix (the framework's mix of a block, started with the stream).
 #pragma once
 
 //----------------------------------------------------------------------------------
@@ -39,8 +38,13 @@ void mixaudio(int chan, void *stream, int len, void *udata); // the post-mix cal
 // For wrapper_sound_init's arguments: the rate asked for or the default for 0, and the block asked
 // for or for 0 one that scales with the rate (512 frames at 22050 Hz, 1024 at 44100 Hz); logged
 WRAPPER_SOUND_SETTING wrapper_sound_setting(unsigned samplerate, unsigned bufsize);
-void wrapper_mix_start(unsigned rate);  // the voices and synthesiser afresh at a new stream's rate
-void wrapper_music_release();           // stop and free the music (the stream is closing)
+
+// The host's audio device (wrapper_stream.cpp, the desktop's or the browser's), which calls
+// mixaudio for every block
+int wrapper_stream_open_device(const WRAPPER_SOUND_SETTING &setting);  // closed if open, opened anew
+                                                                       // paused: 1, or -1 (said why)
+void wrapper_stream_start_device();  // let the opened device play
+void wrapper_stream_close_device();  // pause and close it, if it is open
 
 // Music: a file SDL_mixer can decode, played on its own channel under the mix
 int wrapper_play_music_ex(const char *filename, int loops);  // null stops and frees the music (0); else 1

@@ -1,23 +1,18 @@
 // wrapper_stream: the desktop's audio device, through SDL_mixer (see wrapper_music.h): opened
 // with the mixer, which calls mixaudio after mixing its own channels and the music.
-// Depends on: log (log lines), wrapper_music (the stream's setting, the mix, the music), SDL_mixer.
+// Depends on: log (log lines), wrapper_music (the stream's setting, the callback), SDL_mixer.
 #include "SDL.h"
 #include "SDL_mixer.h"
 #include "log.h"
 #include "wrapper_music.h"
 
 //----------------------------------------------------------------------------------
-// Module state
-//----------------------------------------------------------------------------------
-static int init = 0;  // the stream was opened
-
-//----------------------------------------------------------------------------------
-// The stream
+// The device
 //----------------------------------------------------------------------------------
 // Pause every channel and close the device, if it is open.
 // NOTE: SDL_mixer frees its channels when it closes, and pausing them after that reads freed
 // memory; so nothing is paused or closed unless the device is open.
-static void close_device()
+void wrapper_stream_close_device()
 {
     if (!Mix_QuerySpec(nullptr, nullptr, nullptr))
         return;
@@ -25,38 +20,27 @@ static void close_device()
     Mix_CloseAudio();
 }
 
-// Open the stream at `samplerate` Hz with blocks of `bufsize` frames (derived from the rate when
-// 0: 512 at 22050 Hz). The sample voices and the synthesiser start afresh at the stream's rate.
+// The mixer opened anew with the setting.
 // NOTE: a device that cannot be opened (none at all, or held by another program) is reported
 // once and answered with -1, so the framework's sound switches stay off and every sound call
 // is harmless; when SDL's audio could not start at all, the platform has already said so.
-int wrapper_sound_init(unsigned samplerate, unsigned bufsize)
+int wrapper_stream_open_device(const WRAPPER_SOUND_SETTING &setting)
 {
-    if (samplerate == 0 && bufsize == 0 && init)
-        return 2;
-    const WRAPPER_SOUND_SETTING setting = wrapper_sound_setting(samplerate, bufsize);
     if (!SDL_WasInit(SDL_INIT_AUDIO))
         return -1;
-    close_device();
-    init = 0;
+    wrapper_stream_close_device();
     if (Mix_OpenAudio(static_cast<int>(setting.rate), AUDIO_S16LSB, WRAPPER_SOUND_CHANNELS, static_cast<int>(setting.block)) < 0) {
         lum_logf("No audio device: %s\n", Mix_GetError());
         return -1;
     }
-    wrapper_mix_start(setting.rate);
-    Mix_RegisterEffect(MIX_CHANNEL_POST, mixaudio, nullptr, nullptr);
-    lum_log("START audio STREAM");
-    Mix_Resume(-1);
-    init = 1;
     return 1;
 }
 
-// Pause every channel and close the device; the music goes with it
-void wrapper_sound_exit()
+// The post-mix callback installed once the mix has started, then every channel resumed
+void wrapper_stream_start_device()
 {
-    wrapper_music_release();
-    close_device();
-    init = 0;
+    Mix_RegisterEffect(MIX_CHANNEL_POST, mixaudio, nullptr, nullptr);
+    Mix_Resume(-1);
 }
 
 //----------------------------------------------------------------------------------

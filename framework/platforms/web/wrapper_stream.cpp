@@ -2,8 +2,8 @@
 // post-mix hook, so the stream is opened with SDL's own audio, whose callback starts each block
 // in silence and hands it to the same mixaudio the desktop's mixer calls. Emscripten resumes the
 // page's audio at the first click or key (browsers keep it silent until then).
-// Depends on: log (log lines), wrapper_music (the stream's setting, the mix, the music), SDL's
-// audio, Emscripten.
+// Depends on: log (log lines), wrapper_music (the stream's setting and its end, the callback),
+// SDL's audio, Emscripten.
 #include <emscripten.h>
 
 #include <cstring>
@@ -15,10 +15,10 @@
 //----------------------------------------------------------------------------------
 // Module state
 //----------------------------------------------------------------------------------
-static int init = 0;  // the stream was opened
+static int opened = 0;  // SDL's audio is open
 
 //----------------------------------------------------------------------------------
-// The stream
+// The device
 //----------------------------------------------------------------------------------
 static void fill_block(void *, Uint8 *stream, int len)
 {
@@ -26,20 +26,18 @@ static void fill_block(void *, Uint8 *stream, int len)
     mixaudio(0, stream, len, nullptr);
 }
 
-static void close_device()
+void wrapper_stream_close_device()
 {
-    if (!init)
+    if (!opened)
         return;
     SDL_PauseAudio(1);
     SDL_CloseAudio();
+    opened = 0;
 }
 
-// Open the stream as the desktop does; the same log lines and answers
-int wrapper_sound_init(unsigned samplerate, unsigned bufsize)
+// SDL's audio opened anew with the setting, paused; the music goes with the old stream
+int wrapper_stream_open_device(const WRAPPER_SOUND_SETTING &setting)
 {
-    if (samplerate == 0 && bufsize == 0 && init)
-        return 2;
-    const WRAPPER_SOUND_SETTING setting = wrapper_sound_setting(samplerate, bufsize);
     wrapper_sound_exit();
     SDL_AudioSpec wanted = {};
     wanted.freq = static_cast<int>(setting.rate);
@@ -51,18 +49,13 @@ int wrapper_sound_init(unsigned samplerate, unsigned bufsize)
         lum_logf("No audio device: %s\n", SDL_GetError());
         return -1;
     }
-    wrapper_mix_start(setting.rate);
-    lum_log("START audio STREAM");
-    SDL_PauseAudio(0);
-    init = 1;
+    opened = 1;
     return 1;
 }
 
-void wrapper_sound_exit()
+void wrapper_stream_start_device()
 {
-    wrapper_music_release();
-    close_device();
-    init = 0;
+    SDL_PauseAudio(0);
 }
 
 //----------------------------------------------------------------------------------
