@@ -489,3 +489,5 @@ TEST_F(Settings, TheSaveHookSavesOnlyWhatChanged)
     EXPECT_NE(out.find("wrote 4172 bytes\n"), std::string::npos) << out;
     EXPECT_EQ(read_bytes(settings_path()), record_bytes());
 }
+
+}  // namespace

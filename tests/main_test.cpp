@@ -61,8 +61,6 @@ private:
 };
 const auto *const temp_home = ::testing::AddGlobalTestEnvironment(new TempHome);
 
-}  // namespace
-
 TEST(Dump, TwentyBytesGiveTwoRowsTheSecondPaddedWithTwelveBlankTriples)
 {
     const char *bytes = "ABCDEFGHIJKLMNOPQRST";
