@@ -676,140 +676,217 @@ void game_render()
 //----------------------------------------------------------------------------------
 // [SECTION] Button handlers
 //----------------------------------------------------------------------------------
-// A byte flag at data[id]: a click flips it (a pip when it became set), holding repeats the flip
-// silently every tick from the 30th tick on
-int btn_toggle(BTN *b, int action)
+// Every handler below is a table of the button events it answers itself, in the order the
+// toolkit's events are numbered; any other event, and an event whose step answers
+// GAME_BTN_DEFAULT, goes on to the shell's default action (the press and release clicks, the
+// frame and the label).
+constexpr int GAME_BTN_DEFAULT = -1;  // a step's answer: go on to the shell's default
+
+struct GAME_BTN_STEP {
+    int action;                      // the button event
+    int (*run)(BTN *b, int action);  // its answer, or GAME_BTN_DEFAULT
+};
+
+template <size_t N>
+static int btn_dispatch(BTN *b, int action, const std::array<GAME_BTN_STEP, N> &steps)
 {
-    uint8_t *flag = flag_of(b);
-    switch (action) {
-    case BTN_INIT:
-    case BTN_UPDATE:
-        if (action == BTN_INIT)
-            b->ticks = 0;
-        if (flag)
-            b->highlight = static_cast<char>(*flag != 0);
-        return 1;
-    case BTN_DOWN:
-        // A new press starts a new count
-        b->ticks = 0;
-        break;
-    case BTN_HOLD:
-        hold_repeat(b, btn_toggle);
-        return 0;
-    case BTN_UP:
-        b->ticks = 0;
-        if (flag && flip_flag(b, flag))
-            game_toggle_pip();
-        return 1;
-    case BTN_CUSTOM:
-        if (flag)
-            flip_flag(b, flag);
-        return 1;
-    default:
+    for (const GAME_BTN_STEP &step : steps) {
+        if (step.action != action)
+            continue;
+        const int answer = step.run(b, action);
+        if (answer != GAME_BTN_DEFAULT)
+            return answer;
         break;
     }
     return main_btn_default(b, action);
 }
 
-// A rule digit, the toggle of neighbour count id in the list at data
-int btn_param(BTN *b, int action)
+// Steps several handlers share
+// A new press starts a new count of held ticks
+static int restart_count(BTN *b, int)
+{
+    b->ticks = 0;
+    return GAME_BTN_DEFAULT;
+}
+
+static int show_tile(BTN *b, int)
+{
+    make_tile(b);
+    return 1;
+}
+
+// A byte flag at data[id]: a click flips it (a pip when it became set), holding repeats the flip
+// silently every tick from the 30th tick on
+static int toggle_show(BTN *b, int action)
 {
     uint8_t *flag = flag_of(b);
-    switch (action) {
-    case BTN_INIT:
-        if (flag)
-            b->highlight = static_cast<char>(*flag != 0);
-        return 1;
-    case BTN_UP:
-        config_changed = 1;
-        if (flag && flip_flag(b, flag))
-            game_toggle_pip();
-        return 1;
-    case BTN_DRAW_TEXT: {
-        const std::array<char, 2> digit = {static_cast<char>('0' + std::clamp(b->id, 0, 9)), '\0'};
-        plot_text(digit.data(), b->textmode);
-        return 1;
-    }
-    default:
-        break;
-    }
-    return main_btn_default(b, action);
+    if (action == BTN_INIT)
+        b->ticks = 0;
+    if (flag)
+        b->highlight = static_cast<char>(*flag != 0);
+    return 1;
+}
+
+static int toggle_hold(BTN *b, int)
+{
+    hold_repeat(b, btn_toggle);
+    return 0;
+}
+
+static int toggle_up(BTN *b, int)
+{
+    uint8_t *flag = flag_of(b);
+    b->ticks = 0;
+    if (flag && flip_flag(b, flag))
+        game_toggle_pip();
+    return 1;
+}
+
+static int toggle_repeat(BTN *b, int)
+{
+    if (uint8_t *flag = flag_of(b))
+        flip_flag(b, flag);
+    return 1;
+}
+
+int btn_toggle(BTN *b, int action)
+{
+    static constexpr std::array<GAME_BTN_STEP, 6> STEPS = {{
+        {BTN_INIT, toggle_show},
+        {BTN_DOWN, restart_count},
+        {BTN_HOLD, toggle_hold},
+        {BTN_UP, toggle_up},
+        {BTN_UPDATE, toggle_show},
+        {BTN_CUSTOM, toggle_repeat},
+    }};
+    return btn_dispatch(b, action, STEPS);
+}
+
+// A rule digit, the toggle of neighbour count id in the list at data
+static int param_show(BTN *b, int)
+{
+    if (uint8_t *flag = flag_of(b))
+        b->highlight = static_cast<char>(*flag != 0);
+    return 1;
+}
+
+static int param_up(BTN *b, int)
+{
+    uint8_t *flag = flag_of(b);
+    config_changed = 1;
+    if (flag && flip_flag(b, flag))
+        game_toggle_pip();
+    return 1;
+}
+
+static int param_digit(BTN *b, int)
+{
+    const std::array<char, 2> digit = {static_cast<char>('0' + std::clamp(b->id, 0, 9)), '\0'};
+    plot_text(digit.data(), b->textmode);
+    return 1;
+}
+
+int btn_param(BTN *b, int action)
+{
+    static constexpr std::array<GAME_BTN_STEP, 3> STEPS = {{
+        {BTN_INIT, param_show},
+        {BTN_UP, param_up},
+        {BTN_DRAW_TEXT, param_digit},
+    }};
+    return btn_dispatch(b, action, STEPS);
 }
 
 // Add the step in info to the int at data, kept within hintword[0]..hintword[1]; holding
 // repeats every tick from the 30th tick on
+static int add_init(BTN *b, int)
+{
+    b->ticks = 0;
+    return 1;
+}
+
+static int add_hold(BTN *b, int)
+{
+    hold_repeat(b, btn_add);
+    return 0;
+}
+
+static int add_up(BTN *b, int)
+{
+    b->ticks = 0;
+    add_step(b);
+    return 1;
+}
+
+static int add_repeat(BTN *b, int)
+{
+    add_step(b);
+    return 1;
+}
+
 int btn_add(BTN *b, int action)
 {
-    switch (action) {
-    case BTN_INIT:
-        b->ticks = 0;
-        return 1;
-    case BTN_DOWN:
-        b->ticks = 0;
-        break;
-    case BTN_HOLD:
-        hold_repeat(b, btn_add);
-        return 0;
-    case BTN_UP:
-        b->ticks = 0;
-        add_step(b);
-        return 1;
-    case BTN_CUSTOM:
-        add_step(b);
-        return 1;
-    default:
-        break;
-    }
-    return main_btn_default(b, action);
+    static constexpr std::array<GAME_BTN_STEP, 5> STEPS = {{
+        {BTN_INIT, add_init},
+        {BTN_DOWN, restart_count},
+        {BTN_HOLD, add_hold},
+        {BTN_UP, add_up},
+        {BTN_CUSTOM, add_repeat},
+    }};
+    return btn_dispatch(b, action, STEPS);
 }
 
 // A display tile showing the int at data, followed by the tooltip as a suffix
+static int value_text(BTN *b, int)
+{
+    const auto *value = static_cast<const int32_t *>(b->data);
+    if (!value)
+        return 1;
+    std::array<char, GAME_TEXT_MAX> text{};
+    if (b->tooltip)
+        std::snprintf(text.data(), text.size(), "%d%s", *value, b->tooltip);
+    else
+        std::snprintf(text.data(), text.size(), "%d", *value);
+    plot_text(text.data(), b->textmode);
+    return 1;
+}
+
 int btn_value_text(BTN *b, int action)
 {
-    switch (action) {
-    case BTN_INIT:
-        make_tile(b);
-        return 1;
-    case BTN_DRAW_TEXT: {
-        const auto *value = static_cast<const int32_t *>(b->data);
-        if (!value)
-            return 1;
-        std::array<char, GAME_TEXT_MAX> text{};
-        if (b->tooltip)
-            std::snprintf(text.data(), text.size(), "%d%s", *value, b->tooltip);
-        else
-            std::snprintf(text.data(), text.size(), "%d", *value);
-        plot_text(text.data(), b->textmode);
-        return 1;
-    }
-    default:
-        break;
-    }
-    return main_btn_default(b, action);
+    static constexpr std::array<GAME_BTN_STEP, 2> STEPS = {{
+        {BTN_INIT, show_tile},
+        {BTN_DRAW_TEXT, value_text},
+    }};
+    return btn_dispatch(b, action, STEPS);
 }
 
 // The border: each click moves on to the next of Wrap, Dead and Live
-int btn_border_mode(BTN *b, int action)
+static int border_next(BTN *b, int)
 {
     auto *mode = static_cast<int32_t *>(b->data);
-    switch (action) {
-    case BTN_UP:
-        config_changed = 1;
-        if (mode)
-            *mode = ((*mode + 1) % 3 + 3) % 3;
-        return 1;
-    case BTN_DRAW_TEXT: {
-        // NOTE: a value outside 0..2 (only a damaged record holds one) shows as the rule reads it: Wrap
-        const int shown = (mode && *mode >= GAME_BORDER_WRAP && *mode <= GAME_BORDER_LIVE) ? *mode : GAME_BORDER_WRAP;
-        std::array<char, GAME_TEXT_MAX> text{};
-        std::snprintf(text.data(), text.size(), "%s%s", b->name ? b->name : "", GAME_BORDER_TEXT[shown]);
-        plot_text(text.data(), b->textmode);
-        return 1;
-    }
-    default:
-        break;
-    }
-    return main_btn_default(b, action);
+    config_changed = 1;
+    if (mode)
+        *mode = ((*mode + 1) % 3 + 3) % 3;
+    return 1;
+}
+
+static int border_text(BTN *b, int)
+{
+    const auto *mode = static_cast<const int32_t *>(b->data);
+    // NOTE: a value outside 0..2 (only a damaged record holds one) shows as the rule reads it: Wrap
+    const int shown = (mode && *mode >= GAME_BORDER_WRAP && *mode <= GAME_BORDER_LIVE) ? *mode : GAME_BORDER_WRAP;
+    std::array<char, GAME_TEXT_MAX> text{};
+    std::snprintf(text.data(), text.size(), "%s%s", b->name ? b->name : "", GAME_BORDER_TEXT[shown]);
+    plot_text(text.data(), b->textmode);
+    return 1;
+}
+
+int btn_border_mode(BTN *b, int action)
+{
+    static constexpr std::array<GAME_BTN_STEP, 2> STEPS = {{
+        {BTN_UP, border_next},
+        {BTN_DRAW_TEXT, border_text},
+    }};
+    return btn_dispatch(b, action, STEPS);
 }
 
 // Random fill on the next update
@@ -831,92 +908,101 @@ int btn_clear(BTN *b, int action)
 }
 
 // A display tile in the colour use_clr[value]: four solid squares, stretched twice as wide
+static int colour_squares(BTN *b, int)
+{
+    const auto *value = static_cast<const int32_t *>(b->data);
+    const std::array<float, 3> &c = colour_of(value ? *value : 0);
+    std::array<char, GAME_COLOUR_SQUARES + 1> text{};
+    std::fill_n(text.begin(), GAME_COLOUR_SQUARES, static_cast<char>(GAME_GLYPH_SOLID));
+    const TURTLE saved = turtle;
+    turtle_set_rgba(c[0], c[1], c[2], turtle.a);
+    turtle_set_scalex(turtle.scalex * 2);
+    plot_text(text.data(), b->textmode);
+    turtle = saved;
+    return 1;
+}
+
 int btn_colour(BTN *b, int action)
 {
-    switch (action) {
-    case BTN_INIT:
-        make_tile(b);
-        return 1;
-    case BTN_DRAW_TEXT: {
-        const auto *value = static_cast<const int32_t *>(b->data);
-        const std::array<float, 3> &c = colour_of(value ? *value : 0);
-        std::array<char, GAME_COLOUR_SQUARES + 1> text{};
-        std::fill_n(text.begin(), GAME_COLOUR_SQUARES, static_cast<char>(GAME_GLYPH_SOLID));
-        const TURTLE saved = turtle;
-        turtle_set_rgba(c[0], c[1], c[2], turtle.a);
-        turtle_set_scalex(turtle.scalex * 2);
-        plot_text(text.data(), b->textmode);
-        turtle = saved;
-        return 1;
-    }
-    default:
-        break;
-    }
-    return main_btn_default(b, action);
+    static constexpr std::array<GAME_BTN_STEP, 2> STEPS = {{
+        {BTN_INIT, show_tile},
+        {BTN_DRAW_TEXT, colour_squares},
+    }};
+    return btn_dispatch(b, action, STEPS);
 }
 
 // A display tile showing icon id + value: two rows of two, one above and one below the centre
+static int icon_rows(BTN *b, int)
+{
+    const auto *value = static_cast<const int32_t *>(b->data);
+    const int icon = b->id + std::clamp(value ? *value : 0, 0, GAME_ICON_MAX);
+    const char code = static_cast<char>(GAME_GLYPH_ICONS + icon);
+    const std::array<char, 3> text = {code, code, '\0'};
+    const TURTLE saved = turtle;
+    turtle_move(GAME_ICON_ROW_SHIFT);
+    plot_text(text.data(), b->textmode);
+    turtle_move(-2 * GAME_ICON_ROW_SHIFT);
+    plot_text(text.data(), b->textmode);
+    turtle = saved;
+    return 1;
+}
+
 int btn_life_icon(BTN *b, int action)
 {
-    switch (action) {
-    case BTN_INIT:
-        make_tile(b);
-        return 1;
-    case BTN_DRAW_TEXT: {
-        const auto *value = static_cast<const int32_t *>(b->data);
-        const int icon = b->id + std::clamp(value ? *value : 0, 0, GAME_ICON_MAX);
-        const char code = static_cast<char>(GAME_GLYPH_ICONS + icon);
-        const std::array<char, 3> text = {code, code, '\0'};
-        const TURTLE saved = turtle;
-        turtle_move(GAME_ICON_ROW_SHIFT);
-        plot_text(text.data(), b->textmode);
-        turtle_move(-2 * GAME_ICON_ROW_SHIFT);
-        plot_text(text.data(), b->textmode);
-        turtle = saved;
-        return 1;
-    }
-    default:
-        break;
-    }
-    return main_btn_default(b, action);
+    static constexpr std::array<GAME_BTN_STEP, 2> STEPS = {{
+        {BTN_INIT, show_tile},
+        {BTN_DRAW_TEXT, icon_rows},
+    }};
+    return btn_dispatch(b, action, STEPS);
 }
 
 // The grid. A touch is mapped to the cell drawn under it in landscape; the mapping is not turned
 // for portrait, so there a touch edits the transposed cell and screen rows 30 and below are
 // refused by the engine. A stroke paints the opposite of the first cell it touched: it either
 // only paints or only erases.
+static int cells_init(BTN *b, int)
+{
+    b->spriteid = MAIN_SPRITE_SOLID;
+    b->pulse_amount = 0.0f;
+    return 1;
+}
+
+static int cells_down(BTN *b, int)
+{
+    const int x = touched_index(b->touchx - (b->x - b->rx), cell_w());
+    const int y = touched_index(b->touchy - (b->y - b->ry), cell_h());
+    b->hint = life_cell(x, y);
+    return 1;
+}
+
+static int cells_stroke(BTN *b, int)
+{
+    if (b->touch_down_id == 0 || b->touch_hold_id != b->touch_down_id)
+        return 0;
+    const int x = touched_index(b->touchx - (b->x - b->rx), cell_w());
+    const int y = touched_index(b->touchy - (b->y - b->ry), cell_h());
+    const int paint = b->hint ? 0 : 1;
+    if ((life_cell(x, y) != 0) == (paint != 0))
+        return 0;
+    if (life_set_cell(x, y, paint))
+        paint_sound(paint);
+    return 0;
+}
+
+static int cells_backdrop(BTN *, int)
+{
+    const std::array<float, 3> &bg = colour_of(game.bg);
+    turtle_set_rgba(GAME_BACKDROP_DIM * bg[0], GAME_BACKDROP_DIM * bg[1], GAME_BACKDROP_DIM * bg[2], turtle.a);
+    return 0;
+}
+
 int btn_edit_cells(BTN *b, int action)
 {
-    switch (action) {
-    case BTN_INIT:
-        b->spriteid = MAIN_SPRITE_SOLID;
-        b->pulse_amount = 0.0f;
-        return 1;
-    case BTN_DOWN: {
-        const int x = touched_index(b->touchx - (b->x - b->rx), cell_w());
-        const int y = touched_index(b->touchy - (b->y - b->ry), cell_h());
-        b->hint = life_cell(x, y);
-        return 1;
-    }
-    case BTN_HOLD: {
-        if (b->touch_down_id == 0 || b->touch_hold_id != b->touch_down_id)
-            return 0;
-        const int x = touched_index(b->touchx - (b->x - b->rx), cell_w());
-        const int y = touched_index(b->touchy - (b->y - b->ry), cell_h());
-        const int paint = b->hint ? 0 : 1;
-        if ((life_cell(x, y) != 0) == (paint != 0))
-            return 0;
-        if (life_set_cell(x, y, paint))
-            paint_sound(paint);
-        return 0;
-    }
-    case BTN_DRAW_SHAPE: {
-        const std::array<float, 3> &bg = colour_of(game.bg);
-        turtle_set_rgba(GAME_BACKDROP_DIM * bg[0], GAME_BACKDROP_DIM * bg[1], GAME_BACKDROP_DIM * bg[2], turtle.a);
-        return 0;
-    }
-    default:
-        break;
-    }
-    return main_btn_default(b, action);
+    static constexpr std::array<GAME_BTN_STEP, 4> STEPS = {{
+        {BTN_INIT, cells_init},
+        {BTN_DOWN, cells_down},
+        {BTN_HOLD, cells_stroke},
+        {BTN_DRAW_SHAPE, cells_backdrop},
+    }};
+    return btn_dispatch(b, action, STEPS);
 }

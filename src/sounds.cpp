@@ -70,17 +70,35 @@ static bool delayed(SYNTH_EFFECT_STATE *e)
     return false;
 }
 
+// The end of a patch from stage n on, after the stage `last`: a low-pass at filt when it is set,
+// then the envelope; the effect gives up its slot while the envelope rings out
+static int lowpass_and_release(SYNTH_EFFECT_STATE *e, unsigned n, unsigned last)
+{
+    if (e->filt != 0.0f) {
+        filter(n, true, e->filt, static_cast<int>(last), e->q);
+        last = n++;
+    }
+    envelope(n, static_cast<int>(last), e, e->a);
+    return SYNTH_EFFECT_RELEASE;
+}
+
+// A one-shot effect: it goes on while its delay counts down, then `build` makes the patch from the
+// slot's first stage, sweeping from freq to freq2 when freq2 is set, and says how it ends
+using SOUNDS_BUILD = int (*)(SYNTH_EFFECT_STATE *e, unsigned b, bool sweep);
+static int after_delay(SYNTH_EFFECT_STATE *e, SOUNDS_BUILD build)
+{
+    if (delayed(e))
+        return SYNTH_EFFECT_CONT;
+    return build(e, e->base, e->freq2 != 0.0f);
+}
+
 //----------------------------------------------------------------------------------
 // [SECTION] Effect functions
 //----------------------------------------------------------------------------------
 // Noise through a filter, optionally swept from freq to freq2 and modulated at j Hz (k chooses
 // the modulator's shape); stage 0 is left untouched without the sweep
-int noise_fx(SYNTH_EFFECT_STATE *e)
+static int build_noise(SYNTH_EFFECT_STATE *e, unsigned b, bool sweep)
 {
-    if (delayed(e))
-        return SYNTH_EFFECT_CONT;
-    const unsigned b = e->base;
-    const bool sweep = e->freq2 != 0.0f;
     if (sweep)
         syn_ramp_freq(&synraw, b, e->freq * e->pitch, e->freq2 * e->pitch, e->a + e->d);
     const unsigned noise = b + 1;
@@ -155,12 +173,8 @@ int thump_fx(SYNTH_EFFECT_STATE *e)
 
 // A triangle (a pulse with j set) at freq x pitch, optionally swept to freq2 x pitch, through a
 // low-pass and optionally a high-pass
-int pip_effect(SYNTH_EFFECT_STATE *e)
+static int build_pip(SYNTH_EFFECT_STATE *e, unsigned b, bool sweep)
 {
-    if (delayed(e))
-        return SYNTH_EFFECT_CONT;
-    const unsigned b = e->base;
-    const bool sweep = e->freq2 != 0.0f;
     oscillator(b, e->j != 0, e->freq * e->pitch, e->duty);
     syn_osc_amp(&synraw, b, e->scale);
     unsigned n = b + 1;
@@ -177,6 +191,10 @@ int pip_effect(SYNTH_EFFECT_STATE *e)
     envelope(n + 1, static_cast<int>(n), e, e->a);
     return SYNTH_EFFECT_RELEASE;
 }
+
+// The one-shot effects, built once their delay has counted down
+int noise_fx(SYNTH_EFFECT_STATE *e) { return after_delay(e, build_noise); }
+int pip_effect(SYNTH_EFFECT_STATE *e) { return after_delay(e, build_pip); }
 
 // A carrier triangle whose frequency is freq2 + value x a modulator triangle at freq Hz (all in
 // Hz times pitch but the modulator's own), optionally with the modulator's frequency swept
@@ -202,12 +220,7 @@ int fm_effect(SYNTH_EFFECT_STATE *e)
         filter(n, false, e->filt_high, static_cast<int>(last), e->q);
         last = n++;
     }
-    if (e->filt != 0.0f) {
-        filter(n, true, e->filt, static_cast<int>(last), e->q);
-        last = n++;
-    }
-    envelope(n, static_cast<int>(last), e, e->a);
-    return SYNTH_EFFECT_RELEASE;
+    return lowpass_and_release(e, n, last);
 }
 
 // A triangle swept from freq to freq2 (times pitch), ring-modulated by an i Hz triangle (a pulse
@@ -252,12 +265,7 @@ int ringmod_effect(SYNTH_EFFECT_STATE *e)
         syn_osc_in_amp(&synraw, n, static_cast<int>(last));
         last = n++;
     }
-    if (e->filt != 0.0f) {
-        filter(n, true, e->filt, static_cast<int>(last), e->q);
-        last = n++;
-    }
-    envelope(n, static_cast<int>(last), e, e->a);
-    return SYNTH_EFFECT_RELEASE;
+    return lowpass_and_release(e, n, last);
 }
 
 // A held triangle whose frequency the callback in `info` sets every tick (or a pseudo-random one

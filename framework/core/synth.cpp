@@ -48,6 +48,17 @@ static bool bad_index(unsigned i)
     return i > SYN_MAX_STAGES;
 }
 
+// A parameter setter's frame: `set` changes stage i's record; 0, or -1 for an index outside the
+// table (nothing is changed)
+template <typename SET>
+static int set_stage(SYN *syn, unsigned i, SET set)
+{
+    if (bad_index(i))
+        return -1;
+    set(syn->stage[i]);
+    return 0;
+}
+
 // Whether an input slot is connected. -1 (any negative value) is not.
 // NOTE: an index above 256 can only be written straight into a stage or made by relocating a
 // patch too far; it reads as unconnected rather than outside the table.
@@ -644,10 +655,7 @@ void syn_enable_range(SYN *syn, unsigned first, unsigned last, int flag)
 
 int syn_mix(SYN *syn, unsigned i, int enable)
 {
-    if (bad_index(i))
-        return -1;
-    syn->stage[i].mix = enable ? 1 : 0;
-    return 0;
+    return set_stage(syn, i, [&](SYNFUNC &f) { f.mix = enable ? 1 : 0; });
 }
 
 void syn_vol(SYN *syn, float vol)
@@ -960,34 +968,27 @@ int syn_osc_freq(SYN *syn, unsigned i, float freq)
 
 int syn_osc_amp(SYN *syn, unsigned i, float amp)
 {
-    if (bad_index(i))
-        return -1;
-    syn->stage[i].osc.amp = amp;
-    return 0;
+    return set_stage(syn, i, [&](SYNFUNC &f) { f.osc.amp = amp; });
 }
 
 int syn_osc_off(SYN *syn, unsigned i, float off)
 {
-    if (bad_index(i))
-        return -1;
-    syn->stage[i].osc.off = off;
-    return 0;
+    return set_stage(syn, i, [&](SYNFUNC &f) { f.osc.off = off; });
 }
 
 // The duty cycle, clamped to 0..1, with the triangle's two slopes (infinite at 0 or 1)
 int syn_osc_duty(SYN *syn, unsigned i, float duty)
 {
-    if (bad_index(i))
-        return -1;
-    SYNOSC &o = syn->stage[i].osc;
-    if (duty > 1.0f)
-        duty = 1.0f;
-    else if (duty < 0.0f)
-        duty = 0.0f;
-    o.steprise = slope(duty);
-    o.stepfall = slope(1.0f - duty);
-    o.duty = duty;
-    return 0;
+    return set_stage(syn, i, [&](SYNFUNC &f) {
+        SYNOSC &o = f.osc;
+        if (duty > 1.0f)
+            duty = 1.0f;
+        else if (duty < 0.0f)
+            duty = 0.0f;
+        o.steprise = slope(duty);
+        o.stepfall = slope(1.0f - duty);
+        o.duty = duty;
+    });
 }
 
 // A new cutoff in Hz.
@@ -995,68 +996,50 @@ int syn_osc_duty(SYN *syn, unsigned i, float duty)
 // gets the high-pass formula.
 int syn_filt_cutoff(SYN *syn, unsigned i, float freq)
 {
-    if (bad_index(i))
-        return -1;
-    SYNFUNC &f = syn->stage[i];
-    const double w = SYN_TWO_PI * std::fabs(freq);
-    const double rate = syn->sample_rate;
-    if ((f.type & 0x7F) == SYN_LOWPASS)
-        f.filt.alpha = static_cast<float>(1.0 / (rate / w + 1.0));
-    else
-        f.filt.alpha = static_cast<float>(1.0 / (w / rate + 1.0));
-    return 0;
+    return set_stage(syn, i, [&](SYNFUNC &f) {
+        const double w = SYN_TWO_PI * std::fabs(freq);
+        const double rate = syn->sample_rate;
+        if ((f.type & 0x7F) == SYN_LOWPASS)
+            f.filt.alpha = static_cast<float>(1.0 / (rate / w + 1.0));
+        else
+            f.filt.alpha = static_cast<float>(1.0 / (w / rate + 1.0));
+    });
 }
 
 int syn_filt_q(SYN *syn, unsigned i, float q)
 {
-    if (bad_index(i))
-        return -1;
-    syn->stage[i].filt.q = q;
-    return 0;
+    return set_stage(syn, i, [&](SYNFUNC &f) { f.filt.q = q; });
 }
 
 // The envelope's single-step setters divide without a test: a time of 0 gives an infinite
 // increment, which ends that step in one sample
 int syn_adsr_attack(SYN *syn, unsigned i, float a)
 {
-    if (bad_index(i))
-        return -1;
-    syn->stage[i].adsr.attack = 1.0f / ms_to_samples(syn, std::max(0.0f, a));
-    return 0;
+    return set_stage(syn, i, [&](SYNFUNC &f) { f.adsr.attack = 1.0f / ms_to_samples(syn, std::max(0.0f, a)); });
 }
 
 int syn_adsr_decay(SYN *syn, unsigned i, float d)
 {
-    if (bad_index(i))
-        return -1;
-    SYNADSR &e = syn->stage[i].adsr;
-    e.decay = (1.0f - e.sustain) / ms_to_samples(syn, std::max(0.0f, d));
-    return 0;
+    return set_stage(syn, i, [&](SYNFUNC &f) {
+        f.adsr.decay = (1.0f - f.adsr.sustain) / ms_to_samples(syn, std::max(0.0f, d));
+    });
 }
 
 int syn_adsr_sustain(SYN *syn, unsigned i, float s)
 {
-    if (bad_index(i))
-        return -1;
-    syn->stage[i].adsr.sustain = std::clamp(s, 0.0f, 1.0f);
-    return 0;
+    return set_stage(syn, i, [&](SYNFUNC &f) { f.adsr.sustain = std::clamp(s, 0.0f, 1.0f); });
 }
 
 int syn_adsr_release(SYN *syn, unsigned i, float r)
 {
-    if (bad_index(i))
-        return -1;
-    SYNADSR &e = syn->stage[i].adsr;
-    e.release = e.sustain / ms_to_samples(syn, std::max(0.0f, r));
-    return 0;
+    return set_stage(syn, i, [&](SYNFUNC &f) {
+        f.adsr.release = f.adsr.sustain / ms_to_samples(syn, std::max(0.0f, r));
+    });
 }
 
 int syn_adsr_hold(SYN *syn, unsigned i, int enable)
 {
-    if (bad_index(i))
-        return -1;
-    syn->stage[i].hold = enable != 0;
-    return 0;
+    return set_stage(syn, i, [&](SYNFUNC &f) { f.hold = enable != 0; });
 }
 
 //----------------------------------------------------------------------------------

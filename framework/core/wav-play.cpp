@@ -72,6 +72,33 @@ unsigned sample_bits = WAVE_STREAM_BITS;
 //----------------------------------------------------------------------------------
 // [SECTION] Private helpers
 //----------------------------------------------------------------------------------
+// Take the first voice not taken: its number, or -1 when all are. The caller holds the audio lock.
+static int take_free_voice()
+{
+    for (unsigned i = 0; i < WAVE_VOICES; i++) {
+        if (!voices[i].taken) {
+            voices[i].taken = 1;
+            return static_cast<int>(i);
+        }
+    }
+    return -1;
+}
+
+// Stop and give back every voice (the spare too) that uses the sample, with the audio device
+// locked; `forget` also clears their pointer to it (the sample is about to be freed)
+static void stop_voices_of(const WAV *wav, bool forget)
+{
+    AUDIO_LOCK lock;
+    for (VOICE &v : voices) {
+        if (v.wav == wav) {
+            v.taken = 0;
+            v.playing = 0;
+            if (forget)
+                v.wav = nullptr;
+        }
+    }
+}
+
 // A 16-bit little-endian value assembled from single bytes
 static uint32_t read_uint16_le(const uint8_t *b)
 {
@@ -288,16 +315,7 @@ void wave_free(WAV *wav)
 {
     if (!wav)
         return;
-    {
-        AUDIO_LOCK lock;
-        for (VOICE &v : voices) {
-            if (v.wav == wav) {
-                v.taken = 0;
-                v.playing = 0;
-                v.wav = nullptr;
-            }
-        }
-    }
+    stop_voices_of(wav, true);
     std::free(wav->data.s16);
     std::free(wav);
 }
@@ -324,22 +342,20 @@ int wave_play(WAV *wav, float vol, float pitch, float pan, int loop)
     if (!wav)
         return -2;
     AUDIO_LOCK lock;
-    for (unsigned i = 0; i < WAVE_VOICES; i++) {
-        VOICE &v = voices[i];
-        if (v.taken)
-            continue;
-        v.taken = 1;
-        v.loop = loop != 0;
-        v.wav = wav;
-        v.playing = 1;
-        v.oneshot = 1;
-        v.pos = 0;
-        wave_set_voice_vol(i, vol);
-        wave_set_voice_pitch(i, pitch);
-        wave_set_voice_pan(i, pan);
-        return static_cast<int>(i);
-    }
-    return -1;
+    const int taken = take_free_voice();
+    if (taken < 0)
+        return -1;
+    const auto i = static_cast<unsigned>(taken);
+    VOICE &v = voices[i];
+    v.loop = loop != 0;
+    v.wav = wav;
+    v.playing = 1;
+    v.oneshot = 1;
+    v.pos = 0;
+    wave_set_voice_vol(i, vol);
+    wave_set_voice_pitch(i, pitch);
+    wave_set_voice_pan(i, pan);
+    return taken;
 }
 
 // Play a sample once at full volume, normal speed, centred
@@ -355,18 +371,15 @@ int wave_just_play(WAV *wav)
 int wave_take_voice()
 {
     AUDIO_LOCK lock;
-    for (unsigned i = 0; i < WAVE_VOICES; i++) {
-        VOICE &v = voices[i];
-        if (v.taken)
-            continue;
-        v.taken = 1;
-        v.playing = 0;
-        v.oneshot = 0;
-        v.wav = nullptr;
-        v.pos = 0;
-        return static_cast<int>(i);
-    }
-    return -1;
+    const int taken = take_free_voice();
+    if (taken < 0)
+        return -1;
+    VOICE &v = voices[static_cast<unsigned>(taken)];
+    v.playing = 0;
+    v.oneshot = 0;
+    v.wav = nullptr;
+    v.pos = 0;
+    return taken;
 }
 
 // Give a voice back (a voice still playing goes on until it ends or is taken again)
@@ -475,13 +488,7 @@ void wave_stop_wav(WAV *wav)
 {
     if (!wav)
         return;
-    AUDIO_LOCK lock;
-    for (VOICE &v : voices) {
-        if (v.wav == wav) {
-            v.taken = 0;
-            v.playing = 0;
-        }
-    }
+    stop_voices_of(wav, false);
 }
 
 // 1 if some voice is playing the sample, else 0 (also for null, which names no sample)
