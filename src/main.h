@@ -3,7 +3,8 @@
 // shared art, text, the look of buttons) is declared in shell.h and implemented here too.
 // Depends on: shell (its interface to the screens), screens (the states), lum, state, input, file,
 // atlas, sprite, glyphs, turtle, rnd, buttons, game (the record, its settings file), settings (the
-// store query at start-up), sounds.
+// store query at start-up), sounds, history, mute, keyboard and help (the play added to the game
+// screen, started here).
 #pragma once
 
 #include "screens.h"
