@@ -241,7 +241,7 @@ TEST_F(LumlifeKeys, EveryKeySavesWhatItsButtonsClickSaves)
         EXPECT_EQ(keyed.bytes[RECORD_BPARAMS + static_cast<size_t>(n)], n == 3 ? 0 : 1) << n;
         EXPECT_EQ(keyed.bytes[RECORD_SPARAMS + static_cast<size_t>(n)], (n == 2 || n == 3) ? 0 : 1) << n;
     }
-    EXPECT_TRUE(logged_since_start(literal("RULES: B01245678/S01245678, wrap border"))) << process_transcript(toy);
+    EXPECT_TRUE(logged_since_start(literal("RULES: B01245678/S0145678, wrap border"))) << process_transcript(toy);
 }
 
 //----------------------------------------------------------------------------------

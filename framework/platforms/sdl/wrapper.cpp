@@ -232,7 +232,7 @@ static_assert(WRAPPER_SYM_RIGHT == SDLK_RIGHT && WRAPPER_SYM_F1 == SDLK_F1 && WR
 #endif
 
 // SDL's modifier state as WRAPPER_MOD_* bits
-static int raw_mods(SDLMod mod)
+static int raw_mods(unsigned mod)
 {
     int mods = 0;
     if (mod & KMOD_SHIFT)
