@@ -87,3 +87,5 @@ static void BM_UndoAndRedo(benchmark::State &state)
     close(saved);
 }
 BENCHMARK(BM_UndoAndRedo);
+
+BENCHMARK_MAIN();
