@@ -529,3 +529,45 @@ TEST_F(Watch, TheTextFitsFortyCharactersAtTheLargestNumbers)
     watch_until_known();
     EXPECT_EQ(text_line(0), "dies out at generation 0");  // the counter wraps as the engine's does
 }
+
+//----------------------------------------------------------------------------------
+// The look-ahead's step
+//----------------------------------------------------------------------------------
+// The packed generation the watch steps with equals the cell-by-cell rule for random grids,
+// rules and borders, and leaves the engine's grid and counter alone
+TEST_F(Watch, ThePackedStepMatchesTheCellByCellRule)
+{
+    constexpr int32_t BORDERS[] = {LIFE_BORDER_WRAP, LIFE_BORDER_DEAD, LIFE_BORDER_LIVE, 5};
+    std::srand(11);
+    LIFE_GRID engine = read_grid();
+    for (int round = 0; round < 400; round++) {
+        LIFE_GRID grid{};
+        int percent = std::rand() % 101;
+        for (uint8_t &cell : grid)
+            cell = std::rand() % 100 < percent ? 1 : 0;
+        LIFE_RULE_LIST birth = rule_list({});
+        LIFE_RULE_LIST survive = rule_list({});
+        for (int i = 0; i < LIFE_RULE_ENTRIES; i++) {
+            birth[i] = std::rand() % 3 == 0 ? std::rand() % 9 : -1;
+            survive[i] = std::rand() % 3 == 0 ? std::rand() % 9 : -1;
+        }
+        int32_t border = BORDERS[round % 4];
+        LIFE_COLUMNS now{};
+        for (int x = 0; x < LIFE_W; x++)
+            for (int y = 0; y < LIFE_H; y++)
+                now[x] |= static_cast<uint32_t>(at(grid, x, y)) << y;
+        LIFE_COLUMNS next;
+        life_next_columns(now, next, birth, survive, border);
+        rules_birth = birth;
+        rules_survive = survive;
+        border_mode = border;
+        LIFE_GRID expected = reference_step(grid);
+        for (int x = 0; x < LIFE_W; x++)
+            for (int y = 0; y < LIFE_H; y++)
+                ASSERT_EQ(next[x] >> y & 1, at(expected, x, y)) << "round " << round << " at " << x << ", " << y;
+        for (uint32_t column : next)
+            ASSERT_EQ(column >> LIFE_H, 0u);
+    }
+    EXPECT_EQ(read_grid(), engine);
+    EXPECT_EQ(life_step_count(), 0u);
+}
