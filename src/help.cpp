@@ -17,6 +17,7 @@
 #include "shell.h"
 #include "sprite.h"
 #include "turtle.h"
+#include "watch.h"
 
 //----------------------------------------------------------------------------------
 // Constants
@@ -65,6 +66,7 @@ constexpr std::array<const char *, 24> HELP_FIXED = {
 static int visible = 0;
 static std::array<std::array<char, HELP_LINE_MAX>, HELP_LINES> lines{};
 static int line_count = 0;
+static WATCH_RESULT told{};  // what the watch had found when it was last logged
 
 //----------------------------------------------------------------------------------
 // Private helpers
@@ -93,6 +95,7 @@ int help_visible()
 void help_toggle()
 {
     visible = !visible;
+    told = WATCH_RESULT{};
     if (!visible) {
         lum_log("HELP: closed");
         return;
@@ -111,6 +114,22 @@ void help_close()
 {
     if (visible)
         help_toggle();
+}
+
+// What the watch finds is logged once for each new finding while the overlay shows
+void help_update()
+{
+    if (!visible)
+        return;
+    watch_update(WATCH_TICK_BUDGET);
+    const WATCH_RESULT r = watch_result();
+    if (r.kind == told.kind && r.generation == told.generation && r.period == told.period)
+        return;
+    told = r;
+    char text[2][WATCH_TEXT_SIZE];
+    const int n = watch_text(text);
+    if (n > 0)
+        lum_logf("HELP: %s%s%s\n", text[0], n > 1 ? " " : "", n > 1 ? text[1] : "");
 }
 
 int help_touches()
@@ -145,6 +164,10 @@ int help_compose()
     const int border = std::clamp(game.border_mode, GAME_BORDER_WRAP, GAME_BORDER_LIVE);
     add_line(" Border %s  Speed %d Hz  Sound %s", HELP_BORDERS[static_cast<size_t>(border)],
              static_cast<int>(game.freq), mute_on() ? "off" : "on");
+    char text[2][WATCH_TEXT_SIZE];
+    const int n = watch_text(text);
+    for (int i = 0; i < n; i++)
+        add_line(" %s", text[i]);
     return line_count;
 }
 

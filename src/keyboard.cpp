@@ -261,6 +261,7 @@ void keyboard_update()
             act(held_action, 0, true);
     }
     presets_update();
+    help_update();
     history_tick(game.running, mouse_state[0].down);
 }
 

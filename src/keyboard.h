@@ -26,8 +26,8 @@ constexpr int KEYBOARD_HOLD_TICKS = 30;   // a held STEP or speed key repeats fr
 //----------------------------------------------------------------------------------
 void keyboard_init();                            // install the raw-key hook
 void keyboard_key(int pressed, int sym, int mods);  // the hook: queue a key while the game screen is current
-// Once per game tick: act on the queued keys, repeat held ones, time the rule banner, and let the
-// history see whether a run or a stroke goes on
+// Once per game tick: act on the queued keys, repeat held ones, time the rule banner, let the help
+// overlay's pattern watch look ahead, and let the history see whether a run or a stroke goes on
 void keyboard_update();
 void keyboard_undo();                            // what Ctrl+Z does: stop a run, undo a step, pip and refresh
 void keyboard_redo();                            // what Ctrl+Y does

@@ -486,4 +486,33 @@ TEST_F(LumlifeKeys, TheHelpShowsItsFiguresAndGoesWithAKeyOrAClickInBothOrientati
     EXPECT_TRUE(record_same(saved(), rec)) << "neither the key nor the click that closed the help did more";
 }
 
+// What the pattern is doing, found while the overlay shows: a blinker, a block, a lone cell, and
+// a glider on the wrapped grid (back where it started after lcm(48, 30) / 1 = 240 diagonal moves
+// of 4 generations each)
+TEST_F(LumlifeKeys, TheHelpSaysWhatThePatternIsDoing)
+{
+    struct CASE {
+        std::vector<std::pair<int, int>> cells;
+        int steps;
+        std::string said;
+    };
+    const std::vector<CASE> cases = {
+        {{{10, 10}, {11, 10}, {12, 10}}, 77, "HELP: oscillates with period 2 from generation 77"},
+        {{{5, 5}, {6, 5}, {5, 6}, {6, 6}}, 9, "HELP: still life from generation 9"},
+        {{{20, 20}}, 0, "HELP: dies out at generation 1"},
+        {{{11, 5}, {12, 6}, {10, 7}, {11, 7}, {12, 7}}, 0, "HELP: oscillates with period 960 from generation 0"},
+    };
+    for (const CASE &c : cases) {
+        SCOPED_TRACE(c.said);
+        RECORD_GRID g{};
+        for (const auto &[x, y] : c.cells)
+            g[x][y] = 1;
+        fs::remove_all(save_dir());
+        ASSERT_TRUE(start_with(record_prepared(g, {{RECORD_SHOW_STEPS, 0}, {RECORD_STEPS, c.steps}})));
+        ASSERT_TRUE(key("h", "HELP: shown; .*"));
+        ASSERT_TRUE(logged(literal(c.said)));
+        ASSERT_TRUE(quit_with_escape());
+    }
+}
+
 }  // namespace
