@@ -21,6 +21,7 @@
 #include "draw.h"
 #include "file.h"
 #include "glyphs.h"
+#include "history.h"
 #include "life.h"
 #include "lum.h"
 #include "rnd.h"
@@ -117,6 +118,7 @@ int take_step = 0;
 int layout_mode = 0;
 BTN *editor_btn = nullptr;
 STATE game_state = {layout_buttons, game_update, game_render, nullptr};
+GAME_PLAY game_play = {};
 
 const std::array<std::array<float, 3>, GAME_COLOURS> use_clr = {{
     {1.0f, 0.2f, 0.2f},
@@ -598,13 +600,19 @@ void game_update()
     // so the remainder carries over between ticks and survives stopping and starting
     static int accumulator = 0;
 
-    if (main_update_with_buttons(1))
+    if (main_update_with_buttons(game_play.touches ? game_play.touches() : 1))
         layout_buttons();
+    if (game_play.update)
+        game_play.update();
     game_update_config();
+    if (reset_life)
+        history_begin(reset_life > 0 ? HISTORY_RANDOM : HISTORY_CLEAR);
     if (reset_life > 0)
         life_reset();
     else if (reset_life < 0)
         life_reset_random(0);
+    if (reset_life)
+        history_end();
     reset_life = 0;
     if (game.running) {
         // NOTE: a speed out of range (only a damaged record holds one) runs at 60 when above,
@@ -615,7 +623,9 @@ void game_update()
             accumulator -= LUM_TICKS_PER_SECOND;
         }
     } else if (take_step) {
+        history_begin(HISTORY_ONE_STEP);
         life_step_cells();
+        history_end();
     }
     take_step = 0;
 }
@@ -669,6 +679,8 @@ void game_render()
         turtle = saved;
     }
 
+    if (game_play.render)
+        game_play.render();
     main_debug_atlas_render();
     main_sprite_batches_draw();
 }
@@ -774,8 +786,10 @@ static int param_up(BTN *b, int)
 {
     uint8_t *flag = flag_of(b);
     config_changed = 1;
+    history_begin(HISTORY_RULE);
     if (flag && flip_flag(b, flag))
         game_toggle_pip();
+    history_end();
     return 1;
 }
 
@@ -864,8 +878,10 @@ static int border_next(BTN *b, int)
 {
     auto *mode = static_cast<int32_t *>(b->data);
     config_changed = 1;
+    history_begin(HISTORY_BORDER);
     if (mode)
         *mode = ((*mode + 1) % 3 + 3) % 3;
+    history_end();
     return 1;
 }
 
@@ -972,6 +988,7 @@ static int cells_down(BTN *b, int)
     const int x = touched_index(b->touchx - (b->x - b->rx), cell_w());
     const int y = touched_index(b->touchy - (b->y - b->ry), cell_h());
     b->hint = life_cell(x, y);
+    history_begin(HISTORY_STROKE);
     return 1;
 }
 
@@ -984,8 +1001,11 @@ static int cells_stroke(BTN *b, int)
     const int paint = b->hint ? 0 : 1;
     if ((life_cell(x, y) != 0) == (paint != 0))
         return 0;
-    if (life_set_cell(x, y, paint))
+    if (life_set_cell(x, y, paint)) {
         paint_sound(paint);
+        if (history_pending() == HISTORY_STROKE)
+            history_end();  // the stroke's first cell makes it one undo step
+    }
     return 0;
 }
 

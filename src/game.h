@@ -8,7 +8,8 @@
 // settings, built with the button toolkit and drawn through the turtle into sprite batches.
 // Depends on: life (the engine), lum (log lines), file (the settings file), buttons, screens (the
 // states its buttons switch to), shell (the layout values and look the shell offers the screens),
-// sounds, sprite, glyphs, turtle, draw, rnd.
+// sounds, sprite, glyphs, turtle, draw, rnd, history (each change to the grid an undo
+// step).
 #pragma once
 
 #include <array>
@@ -76,6 +77,14 @@ static_assert(offsetof(GAME, step_count) == 4168);
 struct BTN;
 struct SYNTH_EFFECT_STATE;
 
+// Play beside the buttons, installed at start-up by the modules that add it (keys, the help
+// overlay); each may be null
+struct GAME_PLAY {
+    int (*touches)();   // the pointers the buttons are handed this tick; 1 without it
+    void (*update)();   // each tick, after the buttons and before the rule and the generations
+    void (*render)();   // each frame, over the grid and the counter, before the atlas overlay
+};
+
 //----------------------------------------------------------------------------------
 // Module state
 //----------------------------------------------------------------------------------
@@ -85,6 +94,7 @@ extern int reset_life;      // request for the next update: > 0 random fill, < 0
 extern int take_step;       // request for one generation while not running (the STEP toggle)
 extern int layout_mode;     // 0: the main panel; non-zero: the display panel
 extern BTN *editor_btn;     // the button covering the grid; the step counter is placed from it
+extern GAME_PLAY game_play; // what the screen's update and render call besides their own work
 constexpr int GAME_COLOURS = 9;
 extern const std::array<std::array<float, 3>, GAME_COLOURS> use_clr;  // red, green, blue by fg/bg index
 

@@ -182,7 +182,7 @@ static void unpack_column(uint32_t bits, uint8_t *column)
 }
 
 // The neighbour counts a rule list holds, as a bit mask; entries outside 0..8 never match a count
-static uint32_t rule_mask(const std::array<int32_t, LIFE_RULE_ENTRIES> &rules)
+static uint32_t rule_mask(const LIFE_RULE_LIST &rules)
 {
     uint32_t mask = 0;
     for (int32_t n : rules)
@@ -191,12 +191,12 @@ static uint32_t rule_mask(const std::array<int32_t, LIFE_RULE_ENTRIES> &rules)
     return mask;
 }
 
-// The multiplexer leaves of the current rule. The block count includes the cell itself, so a
-// dead cell's count is its neighbour count and a live cell's is one more.
-static RULE_LEAVES rule_leaves()
+// The multiplexer leaves of a rule. The block count includes the cell itself, so a dead cell's
+// count is its neighbour count and a live cell's is one more.
+static RULE_LEAVES rule_leaves(const LIFE_RULE_LIST &birth, const LIFE_RULE_LIST &survive)
 {
-    uint32_t born = rule_mask(rules_birth);
-    uint32_t kept = rule_mask(rules_survive) << 1;
+    uint32_t born = rule_mask(birth);
+    uint32_t kept = rule_mask(survive) << 1;
     RULE_LEAVES leaves;
     for (int n = 0; n < BLOCK_COUNTS; n++) {
         leaves.born[n] = splat(0u - (born >> n & 1));
@@ -369,25 +369,31 @@ int life_set_cell(int x, int y, int state)
     return 1;
 }
 
-// One generation into cells_buff, copied over cells in one block
-void life_step_cells()
+// The packed live grid, column x's cells in word x (bit y set when row y is alive)
+void life_read_columns(LIFE_COLUMNS &columns)
 {
-    const RULE_LEAVES leaves = rule_leaves();
-    const bool wrap = border_mode == LIFE_BORDER_WRAP;
-    const bool live = border_mode == LIFE_BORDER_LIVE;
+    const auto stream = pack_grid();
+    for (int x = 0; x < LIFE_W; x++)
+        columns[x] = column_bits(stream, x);
+}
+
+// The generation after now into next, packed; reads nothing of the engine's own state, so any
+// grid can be looked ahead without touching the live one
+void life_next_columns(const LIFE_COLUMNS &now, LIFE_COLUMNS &next, const LIFE_RULE_LIST &birth,
+                       const LIFE_RULE_LIST &survive, int32_t border)
+{
+    const RULE_LEAVES leaves = rule_leaves(birth, survive);
+    const bool wrap = border == LIFE_BORDER_WRAP;
+    const bool live = border == LIFE_BORDER_LIVE;
     const COLUMNS wrap_mask = splat(wrap ? ~0u : 0u);
     const COLUMNS live_top = splat(live ? 1u : 0u);
     const COLUMNS live_bottom = splat(live ? 1u << TOP_ROW : 0u);
 
-    // Packed columns; the sums keep one column outside the grid on each side, column x at x + 1
-    const auto stream = pack_grid();
-    alignas(VECTOR_BYTES) std::array<uint32_t, LIFE_W> alive;
+    // The sums keep one column outside the grid on each side, column x at x + 1
     std::array<uint32_t, LIFE_W + 2> ones;
     std::array<uint32_t, LIFE_W + 2> twos;
-    for (int x = 0; x < LIFE_W; x++)
-        alive[x] = column_bits(stream, x);
     for (int v = 0; v < VECTORS; v++) {
-        COLUMN_SUMS sums = vertical_sums(load_columns(&alive[v * LANES]), wrap_mask, live_top, live_bottom);
+        COLUMN_SUMS sums = vertical_sums(load_columns(&now[v * LANES]), wrap_mask, live_top, live_bottom);
         store_columns(&ones[v * LANES + 1], sums.ones);
         store_columns(&twos[v * LANES + 1], sums.twos);
     }
@@ -400,14 +406,22 @@ void life_step_cells()
     ones[LIFE_W + 1] = (ones[1] & wrap_bits) | live_bits;
     twos[LIFE_W + 1] = (twos[1] & wrap_bits) | live_bits;
 
-    alignas(VECTOR_BYTES) std::array<uint32_t, LIFE_W> next;
     for (int v = 0; v < VECTORS; v++) {
         int at = v * LANES + 1;
         COLUMN_SUMS left{load_columns(&ones[at - 1]), load_columns(&twos[at - 1])};
         COLUMN_SUMS own{load_columns(&ones[at]), load_columns(&twos[at])};
         COLUMN_SUMS right{load_columns(&ones[at + 1]), load_columns(&twos[at + 1])};
-        store_columns(&next[v * LANES], next_columns(load_columns(&alive[v * LANES]), left, own, right, leaves));
+        store_columns(&next[v * LANES], next_columns(load_columns(&now[v * LANES]), left, own, right, leaves));
     }
+}
+
+// One generation into cells_buff, copied over cells in one block
+void life_step_cells()
+{
+    LIFE_COLUMNS alive;
+    LIFE_COLUMNS next;
+    life_read_columns(alive);
+    life_next_columns(alive, next, rules_birth, rules_survive, border_mode);
     for (int x = 0; x < LIFE_W; x++)
         unpack_column(next[x], &cells_buff[x * LIFE_H]);
     std::memcpy(cells.data(), cells_buff.data(), LIFE_CELLS);

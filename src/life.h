@@ -23,10 +23,19 @@ constexpr int LIFE_BORDER_LIVE = 1;             // outside neighbours count as l
 constexpr int LIFE_BORDER_WRAP = 2;             // the grid is a torus
 
 //----------------------------------------------------------------------------------
+// Types
+//----------------------------------------------------------------------------------
+using LIFE_RULE_LIST = std::array<int32_t, LIFE_RULE_ENTRIES>;  // neighbour counts; -1 (or any value outside 0..8) unused
+
+// A grid packed one column per word: bit y of word x is the cell at column x, row y (1 alive);
+// the bits above row 29 are 0
+using LIFE_COLUMNS = std::array<uint32_t, LIFE_W>;
+
+//----------------------------------------------------------------------------------
 // Module state (the grid itself is reached only through life_cell and life_set_cell)
 //----------------------------------------------------------------------------------
-extern std::array<int32_t, LIFE_RULE_ENTRIES> rules_birth;    // counts that bring a dead cell to life; -1 unused
-extern std::array<int32_t, LIFE_RULE_ENTRIES> rules_survive;  // counts that keep a live cell alive; -1 unused
+extern LIFE_RULE_LIST rules_birth;      // counts that bring a dead cell to life; -1 unused
+extern LIFE_RULE_LIST rules_survive;    // counts that keep a live cell alive; -1 unused
 extern int32_t border_mode;                           // LIFE_BORDER_*; initially wrap
 extern int32_t fill_percent;                          // chance of a live cell in a random fill; initially 50
 
@@ -41,4 +50,9 @@ int life_set_cell(int x, int y, int state);  // store the low byte; 1, or 0 outs
 void life_step_cells();                 // one generation; steps + 1
 uint32_t life_step_count();
 void life_set_step_count(uint32_t sc);
+void life_read_columns(LIFE_COLUMNS &columns);  // the live grid, packed; changes nothing
+// The generation after now under the given rule and border (LIFE_BORDER_*, any other value dead),
+// exactly as life_step_cells computes it; touches none of the engine's state
+void life_next_columns(const LIFE_COLUMNS &now, LIFE_COLUMNS &next, const LIFE_RULE_LIST &birth,
+                       const LIFE_RULE_LIST &survive, int32_t border);
 int life_parse_rule(const char *argv);  // apply a rule string, print the rule; 0

@@ -27,8 +27,12 @@
 #include "file.h"
 #include "game.h"
 #include "glyphs.h"
+#include "help.h"
+#include "history.h"
 #include "input.h"
+#include "keyboard.h"
 #include "lum.h"
+#include "mute.h"
 #include "rnd.h"
 #include "settings.h"
 #include "sounds.h"
@@ -175,6 +179,11 @@ void app_state_init()
     game_reset();
     load_graphics();
     load_settings();
+    history_bind(game.bparams.data(), game.sparams.data(), &game.border_mode, &config_changed);
+    history_load();
+    mute_load();
+    keyboard_init();
+    game_play = GAME_PLAY{help_touches, keyboard_update, help_render};
     game_update_config();
     turtle_reset();
     state_switch(&main_state);
@@ -189,6 +198,7 @@ int main_has_font()
 void app_state_exit()
 {
     save_settings();
+    history_save();
 }
 
 // The platform's hint that the toy may be about to disappear (focus lost, a hang-up, a lost
@@ -196,6 +206,7 @@ void app_state_exit()
 void app_state_save()
 {
     save_settings_if_changed();
+    history_save();
 }
 
 // Nothing to load on the desktop

@@ -5,7 +5,8 @@
 // button, the text utilities) is declared here.
 // Depends on: shell (its interface to the screens), screens (the states), lum, state, input, file,
 // atlas, sprite, glyphs, turtle, rnd, draw (clearing the title's frame), buttons, game (the record, its
-// settings file), settings (the store query at start-up), sounds, synth_effects (the effect slots set up at start-up).
+// settings file), settings (the store query at start-up), sounds, synth_effects (the effect slots set up at start-up),
+// history, mute, keyboard and help (the play added to the game screen, started here).
 #pragma once
 
 #include "screens.h"

@@ -112,6 +112,11 @@ int wrapper_quit_requested()
     return fake_platform.quit_requested;
 }
 
+void wrapper_set_key_hook(WRAPPER_KEY_HOOK hook)
+{
+    fake_platform.key_hook = hook;
+}
+
 void wrapper_set_save_hook(void (*save)())
 {
     fake_platform.save_hook = save;

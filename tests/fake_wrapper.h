@@ -19,6 +19,7 @@ struct FAKE_PLATFORM {
     int save_requested;            // what wrapper_take_save_request answers once
     void (*save_hook)();           // the hook given to wrapper_set_save_hook
     void (*mode_hook)();           // the hook given to wrapper_set_mode_hook
+    void (*key_hook)(int pressed, int sym, int mods);  // the hook given to wrapper_set_key_hook
     int flips;                     // buffer swaps (frames presented)
     int yields;                    // wrapper_yield calls
     int audio_locks;               // wrapper_lock_audio calls

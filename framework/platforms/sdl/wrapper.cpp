@@ -38,6 +38,7 @@ static int quit_requested = 0;       // set by a window close, a held Escape or 
 static int save_requested = 0;       // set by a lost focus, a minimised window or a hang-up
 static void (*mode_hook)() = nullptr;  // sets up a new mode's frame state (the drawing's reset)
 static void (*save_hook)() = nullptr;
+static WRAPPER_KEY_HOOK key_hook = nullptr;  // offered every raw key before its translation
 
 //----------------------------------------------------------------------------------
 // [SECTION] Start and stop
@@ -224,7 +225,34 @@ static int translate_symbol(SDLKey sym)
     }
 }
 
-// Drain SDL's queue into the input ring. Every motion is queued (no coalescing); a window close
+// The raw-key names of wrapper.h are SDL 1.2's symbols.
+// NOTE: Emscripten's SDL numbers the keys beyond ASCII (arrows, keypad, function keys) its own
+// way, so there only the ASCII ones are checked.
+static_assert(WRAPPER_SYM_BACKSPACE == SDLK_BACKSPACE && WRAPPER_SYM_SPACE == SDLK_SPACE);
+static_assert(WRAPPER_SYM_PLUS == SDLK_PLUS && WRAPPER_SYM_MINUS == SDLK_MINUS && WRAPPER_SYM_SLASH == SDLK_SLASH);
+static_assert(WRAPPER_SYM_0 == SDLK_0 && WRAPPER_SYM_EQUALS == SDLK_EQUALS && WRAPPER_SYM_QUESTION == SDLK_QUESTION);
+static_assert(WRAPPER_SYM_A == SDLK_a && WRAPPER_SYM_A + 25 == SDLK_z && WRAPPER_SYM_DELETE == SDLK_DELETE);
+#ifndef __EMSCRIPTEN__
+static_assert(WRAPPER_SYM_KP_MINUS == SDLK_KP_MINUS && WRAPPER_SYM_KP_PLUS == SDLK_KP_PLUS);
+static_assert(WRAPPER_SYM_RIGHT == SDLK_RIGHT && WRAPPER_SYM_F1 == SDLK_F1 && WRAPPER_SYM_LAST == SDLK_LAST);
+#endif
+
+// SDL's modifier state as WRAPPER_MOD_* bits
+static int raw_mods(unsigned mod)
+{
+    int mods = 0;
+    if (mod & KMOD_SHIFT)
+        mods |= WRAPPER_MOD_SHIFT;
+    if (mod & KMOD_CTRL)
+        mods |= WRAPPER_MOD_CTRL;
+    if (mod & KMOD_ALT)
+        mods |= WRAPPER_MOD_ALT;
+    if (mod & KMOD_META)
+        mods |= WRAPPER_MOD_META;
+    return mods;
+}
+
+// Drain SDL's queue into the input ring, offering each key to the raw-key hook first. Every motion is queued (no coalescing); a window close
 // requests quit, and so does a held Escape key.
 // NOTE: the key table is updated after this poll, so Escape ends the loop in the tick after the
 // press.
@@ -233,6 +261,9 @@ void wrapper_handle_events()
     SDL_Event sdl;
     while (SDL_PollEvent(&sdl)) {
         INPUT_EVENT e{};
+        // The raw key goes to the hook first; its translation below is the same with or without one
+        if (key_hook && (sdl.type == SDL_KEYDOWN || sdl.type == SDL_KEYUP))
+            key_hook(sdl.type == SDL_KEYDOWN, static_cast<int>(sdl.key.keysym.sym), raw_mods(sdl.key.keysym.mod));
         switch (sdl.type) {
         case SDL_KEYDOWN:
             e.type = INPUT_PRESSED;
@@ -282,6 +313,11 @@ void wrapper_handle_events()
     default:
         break;
     }
+}
+
+void wrapper_set_key_hook(WRAPPER_KEY_HOOK hook)
+{
+    key_hook = hook;
 }
 
 void wrapper_set_save_hook(void (*save)())

@@ -40,6 +40,38 @@ void wrapper_handle_events();  // drain the platform's events into the input rin
 int wrapper_quit_requested();  // 1 once the platform asked the program to end (window closed,
                                // Escape held, no display, a hang-up); the runtime's quit test reads it
 
+// Raw keys: every key press and release as the platform has it, before it is translated into the
+// framework's key ids, offered to one optional hook during the event poll. The input tables see
+// exactly what they see without a hook; the hook is a second path for applications that want
+// keys the framework's ids do not name. `sym` is the platform's key symbol (WRAPPER_SYM_* names
+// the ones an application may ask for), `mods` a set of WRAPPER_MOD_* bits.
+using WRAPPER_KEY_HOOK = void (*)(int pressed, int sym, int mods);
+void wrapper_set_key_hook(WRAPPER_KEY_HOOK hook);  // null: none
+
+// Modifier bits of a raw key (either side's key sets the bit)
+constexpr int WRAPPER_MOD_SHIFT = 1;
+constexpr int WRAPPER_MOD_CTRL = 2;
+constexpr int WRAPPER_MOD_ALT = 4;
+constexpr int WRAPPER_MOD_META = 8;
+
+// Key symbols of SDL 1.2: printable keys are their unshifted ASCII character (letters lower case),
+// the others numbered from 256 on. Checked against SDL's own header where the layer is built.
+constexpr int WRAPPER_SYM_BACKSPACE = 8;
+constexpr int WRAPPER_SYM_SPACE = 32;
+constexpr int WRAPPER_SYM_PLUS = 43;
+constexpr int WRAPPER_SYM_MINUS = 45;
+constexpr int WRAPPER_SYM_SLASH = 47;
+constexpr int WRAPPER_SYM_0 = 48;      // ... WRAPPER_SYM_0 + 9 is the 9
+constexpr int WRAPPER_SYM_EQUALS = 61;
+constexpr int WRAPPER_SYM_QUESTION = 63;
+constexpr int WRAPPER_SYM_A = 97;      // ... WRAPPER_SYM_A + 25 is the z
+constexpr int WRAPPER_SYM_DELETE = 127;
+constexpr int WRAPPER_SYM_KP_MINUS = 269;
+constexpr int WRAPPER_SYM_KP_PLUS = 270;
+constexpr int WRAPPER_SYM_RIGHT = 275;
+constexpr int WRAPPER_SYM_F1 = 282;    // ... WRAPPER_SYM_F1 + 11 is F12
+constexpr int WRAPPER_SYM_LAST = 323;  // symbols are below this
+
 // Saves when the program may be about to disappear. The platform asks for one when the window
 // loses the input focus or is minimised, and on a hang-up (SIGHUP, which also ends the program);
 // the runtime serves the request on the main thread at its next tick. When the display is lost
