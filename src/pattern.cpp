@@ -707,7 +707,7 @@ static int pass_life105(const char *text, size_t size, ABSOLUTE &a, PATTERN *out
                 out->rule.birth[3] = 1;
                 out->rule.survive[2] = out->rule.survive[3] = 1;
             } else if (a.pass == 0 && starts_with(line, "#R")) {
-                size_t i = skip_blanks(line, 2);
+                size_t i = std::min(skip_blanks(line, 2), end);
                 int grid_sized = 0;
                 if (pattern_parse_rule_ex(line.p + i, end - i, &out->rule, &out->border, &grid_sized, error) < 0)
                     return rule_refused(error, line.number, static_cast<int>(i));
