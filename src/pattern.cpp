@@ -662,7 +662,8 @@ static int pass_life106(const char *text, size_t size, ABSOLUTE &a, PATTERN *out
         }
         int64_t x = 0, y = 0;
         if (!read_signed(line, i, x))
-            return refuse(error, line.number, static_cast<int>(i) + 1, "%s where a cell's x was expected", shown(line.p[i]));
+            return refuse(error, line.number, static_cast<int>(i) + 1, "%s where a cell's x was expected",
+                          i < line.n ? shown(line.p[i]) : "the line's end");
         size_t gap = i;
         i = skip_blanks(line, i);
         if (i == gap || !read_signed(line, i, y))

@@ -332,6 +332,8 @@ TEST(PatternRefused, BadBytesAndMalformedLinesNameTheirPlace)
     EXPECT_EQ(read_refused(DATA + "bad_pair.lif"), DATA + "bad_pair.lif:3:3: a cell's y expected after its x");
     EXPECT_EQ(read_refused(DATA + "bad_row.cells"), DATA + "bad_row.cells:3:2: 'X' in a plaintext row: only '.', 'O' and '*'");
     EXPECT_EQ(read_refused(DATA + "binary.rle"), DATA + "binary.rle:2:1: binary data (a zero byte): not a pattern file");
+    EXPECT_EQ(refused_text("#Life 1.06\n-"), "text:2:2: the line's end where a cell's x was expected");
+    EXPECT_EQ(refused_text("#Life 1.05\n#R \n**"), "text:2:3: an empty rule");
     EXPECT_EQ(refused_text("x = 3\n3o!"), "text:1:1: the header needs both 'x = ' and 'y = '");
     EXPECT_EQ(refused_text("x = 3, y = 1, rule B3/S23\n3o!"), "text:1:20: '=' expected after 'rule' in the header");
     EXPECT_EQ(refused_text("hello, world\n"),
