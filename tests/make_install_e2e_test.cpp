@@ -112,7 +112,7 @@ static void clean_up(INSTALLATION &in)
 }
 
 // The files that an installation holds under DESTDIR, by the project's own lists: the images in
-// gfx/ and the icon theme's sizes
+// gfx/, the patterns in patterns/ and the icon theme's sizes
 static std::set<std::string> expected_files()
 {
     const std::string p = std::string(PREFIX) + "/";
@@ -128,6 +128,8 @@ static std::set<std::string> expected_files()
     for (const auto &image : std::filesystem::directory_iterator(std::string(SOURCE_DIR) + "/gfx"))
         if (image.path().extension() == ".png")
             files.insert(p + "share/lumlife/gfx/" + image.path().filename().string());
+    for (const auto &pattern : std::filesystem::directory_iterator(std::string(SOURCE_DIR) + "/patterns"))
+        files.insert(p + "share/lumlife/patterns/" + pattern.path().filename().string());
     for (int side : ICON_SIDES) {
         std::string size = std::to_string(side) + "x" + std::to_string(side);
         files.insert(p + "share/icons/hicolor/" + size + "/apps/" + APP_ID + ".png");

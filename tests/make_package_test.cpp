@@ -125,6 +125,8 @@ TEST_F(MakePackage, HoldsTheLauncherTheToyItsImagesAndTheDesktopFiles)
     for (const auto &image : std::filesystem::directory_iterator(std::string(SOURCE_DIR) + "/gfx"))
         if (image.path().extension() == ".png")
             expected.insert("usr/share/lumlife/gfx/" + image.path().filename().string());
+    for (const auto &pattern : std::filesystem::directory_iterator(std::string(SOURCE_DIR) + "/patterns"))
+        expected.insert("usr/share/lumlife/patterns/" + pattern.path().filename().string());
     for (const char *size : {"48x48", "128x128", "256x256"})
         expected.insert(std::string("usr/share/icons/hicolor/") + size + "/apps/" + APP_ID + ".png");
     std::set<std::string> got;
