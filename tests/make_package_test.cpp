@@ -117,6 +117,7 @@ TEST_F(MakePackage, HoldsTheLauncherTheToyItsImagesAndTheDesktopFiles)
         "usr/games/lumlife",
         "usr/libexec/lumlife/lumlife",
         std::string("usr/share/applications/") + APP_ID + ".desktop",
+        std::string("usr/share/mime/packages/") + APP_ID + ".xml",
         std::string("usr/share/metainfo/") + APP_ID + ".metainfo.xml",
         "usr/share/man/man6/lumlife.6.gz",
         "usr/share/doc/lumlife/copyright",
