@@ -8,6 +8,7 @@
 // [SECTION] Public functions
 #include "command.h"
 
+#include <array>
 #include <cerrno>
 #include <cstdarg>
 #include <cstdio>
