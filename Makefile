@@ -7,7 +7,7 @@ WEB_BUILD ?= build-web
 WEB_PORT ?= 8000
 FUZZ_BUILD ?= $(BUILD)/fuzz
 FUZZ_SECONDS ?= 300
-FUZZ_TARGETS ?= settings rule wave atlas
+FUZZ_TARGETS ?= settings rule wave atlas pattern
 JOBS ?= $(shell nproc 2>/dev/null || echo 2)
 # Where `make install` puts the toy; DESTDIR, when given, is put in front of it (staged installs)
 PREFIX ?= /usr/local

@@ -1,17 +1,28 @@
 // main_with_entry: the process entry of Lum Life.
-// Arguments are ignored. The order is deliberate: lum_run(0) shuts the framework down itself
-// when the loop ends, so app_state_exit (which saves) runs after the platform is down, and the
-// final lum_exit does nothing. Without its font the toy cannot draw anything: start-up has said
+// Without arguments the toy starts; with them the command line (command.h) runs first, and either
+// ends the process (help, version, the options that work without a window) or names a pattern
+// that is opened once the toy has started. The order is deliberate: lum_run(0) shuts the
+// framework down itself when the loop ends, so app_state_exit (which saves) runs after the
+// platform is down, and the final lum_exit does nothing. Without its font the toy cannot draw anything: start-up has said
 // so, and the process ends with status 1 instead of showing a black window.
-// Depends on: lum (the framework's start, loop and end), main (the application's hooks).
+// Depends on: lum (the framework's start, loop and end), main (the application's hooks), command
+// (the command line).
+#include "command.h"
 #include "lum.h"
 #include "main.h"
+
+#ifndef LUMLIFE_VERSION
+#define LUMLIFE_VERSION "unknown"  // the build gives the changelog's newest version
+#endif
 
 constexpr int WINDOW_W = 960;  // the window at start
 constexpr int WINDOW_H = 640;
 
-int main()
+int main(int argc, char **argv)
 {
+    int status = command_line(argc, argv, LUMLIFE_VERSION);
+    if (status != COMMAND_START)
+        return status;
     lum_init();
     lum_graphics(WINDOW_W, WINDOW_H, 0, 0);
     lum_set_app_name("lumlife");
@@ -20,6 +31,7 @@ int main()
         lum_exit();
         return 1;
     }
+    command_open_pending();
     lum_set_save_hook(app_state_save);
     lum_run(0);
     app_state_exit();

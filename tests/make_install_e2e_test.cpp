@@ -19,6 +19,7 @@
 #include <fstream>
 #include <regex>
 #include <set>
+#include <sstream>
 #include <string>
 #include <vector>
 
@@ -112,7 +113,7 @@ static void clean_up(INSTALLATION &in)
 }
 
 // The files that an installation holds under DESTDIR, by the project's own lists: the images in
-// gfx/ and the icon theme's sizes
+// gfx/, the patterns in patterns/ and the icon theme's sizes
 static std::set<std::string> expected_files()
 {
     const std::string p = std::string(PREFIX) + "/";
@@ -120,6 +121,7 @@ static std::set<std::string> expected_files()
         p + "bin/lumlife",
         p + "libexec/lumlife/lumlife",
         p + "share/applications/" + APP_ID + ".desktop",
+        p + "share/mime/packages/" + APP_ID + ".xml",
         p + "share/metainfo/" + APP_ID + ".metainfo.xml",
         p + "share/man/man6/lumlife.6.gz",
         p + "share/doc/lumlife/copyright",
@@ -128,6 +130,8 @@ static std::set<std::string> expected_files()
     for (const auto &image : std::filesystem::directory_iterator(std::string(SOURCE_DIR) + "/gfx"))
         if (image.path().extension() == ".png")
             files.insert(p + "share/lumlife/gfx/" + image.path().filename().string());
+    for (const auto &pattern : std::filesystem::directory_iterator(std::string(SOURCE_DIR) + "/patterns"))
+        files.insert(p + "share/lumlife/patterns/" + pattern.path().filename().string());
     for (int side : ICON_SIDES) {
         std::string size = std::to_string(side) + "x" + std::to_string(side);
         files.insert(p + "share/icons/hicolor/" + size + "/apps/" + APP_ID + ".png");
@@ -190,8 +194,9 @@ TEST_F(MakeInstall, TheMenuEntryRunsTheLauncherWithTheIcon)
 {
     std::string path = in.prefix + "/share/applications/" + APP_ID + ".desktop";
     std::vector<std::string> entry = files_lines(files_read(path));
-    for (const char *line : {"Type=Application", "Name=Lum Life", "Exec=lumlife", "Terminal=false",
-                             "Categories=Game;Simulation;", "StartupWMClass=lumlife"})
+    for (const char *line : {"Type=Application", "Name=Lum Life", "Exec=lumlife %f", "Terminal=false",
+                             "Categories=Game;Simulation;", "StartupWMClass=lumlife",
+                             "MimeType=application/x-life-rle;application/x-life-cells;application/x-life;"})
         EXPECT_NE(std::find(entry.begin(), entry.end(), line), entry.end()) << line;
     EXPECT_NE(std::find(entry.begin(), entry.end(), std::string("Icon=") + APP_ID), entry.end());
 }
@@ -207,6 +212,65 @@ TEST_F(MakeInstall, TheMenuEntryAndTheMetainfoPassTheirValidators)
                            appstream_ok));
     EXPECT_TRUE(runs_clean({"appstreamcli", "validate-tree", "--no-net", "--strict", "--pedantic", in.prefix},
                            appstream_ok));
+}
+
+// The pattern files' MIME types: well-formed XML that the desktop's own tool takes into a MIME
+// database beside the system's types, after which files are known by their names and, where an
+// extension is shared (*.rle with an image format) or missing, by their content; the menu entry
+// is then the application for all three types
+TEST_F(MakeInstall, ThePatternTypesTakeFilesByNameAndContentAndOpenWithTheMenuEntry)
+{
+    const std::string xml = in.prefix + "/share/mime/packages/" + APP_ID + ".xml";
+    EXPECT_TRUE(runs_clean({"xmllint", "--noout", xml}));
+    const std::string data = in.work + "/xdg";
+    std::filesystem::create_directories(data + "/mime/packages");
+    std::filesystem::copy_file("/usr/share/mime/packages/freedesktop.org.xml", data + "/mime/packages/freedesktop.org.xml");
+    std::filesystem::copy_file(xml, data + "/mime/packages/" + APP_ID + ".xml");
+    // The desktop's lookups see only this database, and the installed launcher on the PATH (an
+    // entry whose program is not there is not offered)
+    const char *path = std::getenv("PATH");
+    const std::vector<std::string> env = {"XDG_DATA_DIRS=" + data, "XDG_DATA_HOME=" + in.work + "/no-home",
+                                          "XDG_CONFIG_HOME=" + in.work + "/no-home", "XDG_CONFIG_DIRS=" + in.work + "/no-home",
+                                          "PATH=" + in.prefix + "/bin:" + (path ? path : "")};
+    auto runs = [&env](const std::vector<std::string> &argv) {
+        std::string output;
+        int status = process_run(argv, env, TOOL_SECONDS, output);
+        return ::testing::AssertionResult(WIFEXITED(status) && WEXITSTATUS(status) == 0) << argv[0] << ": " << output;
+    };
+    ASSERT_TRUE(runs({"update-mime-database", data + "/mime"}));
+    std::filesystem::create_directories(data + "/applications");
+    std::filesystem::copy_file(in.prefix + "/share/applications/" + APP_ID + ".desktop",
+                               data + "/applications/" + APP_ID + ".desktop");
+    ASSERT_TRUE(runs({"update-desktop-database", data + "/applications"}));
+    const std::string files = in.work + "/files";
+    std::filesystem::create_directories(files);
+    struct CASE {
+        std::string name, text, type;
+    };
+    const std::vector<CASE> cases = {
+        {"glider.rle", files_read(std::string(SOURCE_DIR) + "/patterns/glider.rle"), "application/x-life-rle"},
+        {"plain.rle", "x = 3, y = 1\n3o!\n", "application/x-life-rle"},
+        {"glider.cells", "!Name: Glider\n.O.\n..O\nOOO\n", "application/x-life-cells"},
+        {"glider.lif", "#Life 1.06\n0 0\n", "application/x-life"},
+        {"glider.life", "#Life 1.05\n#P 0 0\n***\n", "application/x-life"},
+        {"glider-rle", "x = 3, y = 1, rule = B3/S23\n3o!\n", "application/x-life-rle"},
+        {"glider-106", "#Life 1.06\n0 0\n", "application/x-life"},
+        {"glider-cells", "!Name: Glider\n.O.\n", "application/x-life-cells"},
+    };
+    for (const CASE &c : cases) {
+        std::ofstream(files + "/" + c.name) << c.text;
+        std::string output;
+        int status = process_run({"gio", "info", "-a", "standard::content-type", files + "/" + c.name}, env, TOOL_SECONDS, output);
+        EXPECT_TRUE(WIFEXITED(status) && WEXITSTATUS(status) == 0) << output;
+        EXPECT_NE(output.find("standard::content-type: " + c.type + "\n"), std::string::npos) << c.name << "\n" << output;
+    }
+    for (const char *type : {"application/x-life-rle", "application/x-life-cells", "application/x-life"}) {
+        std::string output;
+        process_run({"gio", "mime", type}, env, TOOL_SECONDS, output);
+        EXPECT_NE(output.find(std::string("Default application for \u201c") + type + "\u201d: " + APP_ID + ".desktop\n"),
+                  std::string::npos)
+            << type << "\n" << output;
+    }
 }
 
 // man formats the page without a warning, and it covers the keys, the settings file and the log
@@ -365,4 +429,50 @@ TEST_F(InstalledToy, TheLauncherStartsItFromAnyFolderAndItDrawsTakesAClickAndSav
     record_set_grid(expected, next);
     record_put32(expected, RECORD_STEPS, 1);
     EXPECT_TRUE(record_same(saved(), expected));
+}
+
+// Opened as a file manager opens a pattern file with the menu entry: its Exec line, with %f
+// replaced by the file's path, run from an unrelated folder. The toy shows the pattern where its
+// :P48,30 suffix places it, with the dead border it names, and saves exactly that on Escape.
+TEST_F(InstalledToy, TheMenuEntryOpensAPatternFileAsAFileManagerDoes)
+{
+    prepare(record_prepared({{RECORD_SHOW_STEPS, 0}, {RECORD_STEPS, 77}}));
+    const std::string file = in.work + "/files/a glider.rle";
+    std::filesystem::create_directories(in.work + "/files");
+    std::ofstream(file) << "#N Glider\n#C near the top-left corner\nx = 48, y = 30, rule = B3/S23:P48,30\n$3bo$4bo$2b3o!\n";
+    std::string exec;
+    for (const std::string &line : files_lines(files_read(in.prefix + "/share/applications/" + APP_ID + ".desktop")))
+        if (line.rfind("Exec=", 0) == 0)
+            exec = line.substr(5);
+    ASSERT_FALSE(exec.empty());
+    // The Exec line's words, %f as one argument: the file's path, spaces and all
+    std::vector<std::string> words;
+    std::istringstream split(exec);
+    for (std::string word; split >> word;)
+        words.push_back(word == "%f" ? file : word);
+    ASSERT_GE(words.size(), 2u) << exec;
+    program = words[0];
+    arguments.assign(words.begin() + 1, words.end());
+
+    ASSERT_TRUE(start());
+    ASSERT_TRUE(logged_since_start(literal("opened the pattern '" + file + "' (RLE: Glider, 48 x 30 at 0,0)")))
+        << process_transcript(toy);
+    RECORD_GRID glider{};
+    for (auto [cx, cy] : {std::pair{3, 1}, {4, 2}, {2, 3}, {3, 3}, {4, 3}})
+        glider[cx][cy] = 1;
+    ASSERT_TRUE(see(
+        [this, &glider](const XCAPTURE_IMAGE &) {
+            for (int c = 0; c < 7; c++)
+                for (int r = 0; r < 6; r++) {
+                    int px, py, ex, ey;
+                    layout_glyph_pixel(view, c, r, INSIDE_PIXEL, INSIDE_PIXEL, px, py);
+                    layout_engine_cell(view, c, r, ex, ey);
+                    if (!pixel_is(px, py, glider[ex][ey] ? LIVE_RGB : BACKDROP_RGB))
+                        return false;
+                }
+            return true;
+        },
+        "the glider from the file on the game screen"));
+    ASSERT_TRUE(quit_with_escape());
+    EXPECT_TRUE(record_same(saved(), record_prepared(glider, {{RECORD_SHOW_STEPS, 0}, {RECORD_BORDER, 1}})));
 }

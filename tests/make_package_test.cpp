@@ -117,6 +117,7 @@ TEST_F(MakePackage, HoldsTheLauncherTheToyItsImagesAndTheDesktopFiles)
         "usr/games/lumlife",
         "usr/libexec/lumlife/lumlife",
         std::string("usr/share/applications/") + APP_ID + ".desktop",
+        std::string("usr/share/mime/packages/") + APP_ID + ".xml",
         std::string("usr/share/metainfo/") + APP_ID + ".metainfo.xml",
         "usr/share/man/man6/lumlife.6.gz",
         "usr/share/doc/lumlife/copyright",
@@ -125,6 +126,8 @@ TEST_F(MakePackage, HoldsTheLauncherTheToyItsImagesAndTheDesktopFiles)
     for (const auto &image : std::filesystem::directory_iterator(std::string(SOURCE_DIR) + "/gfx"))
         if (image.path().extension() == ".png")
             expected.insert("usr/share/lumlife/gfx/" + image.path().filename().string());
+    for (const auto &pattern : std::filesystem::directory_iterator(std::string(SOURCE_DIR) + "/patterns"))
+        expected.insert("usr/share/lumlife/patterns/" + pattern.path().filename().string());
     for (const char *size : {"48x48", "128x128", "256x256"})
         expected.insert(std::string("usr/share/icons/hicolor/") + size + "/apps/" + APP_ID + ".png");
     std::set<std::string> got;

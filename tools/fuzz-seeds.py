@@ -7,6 +7,8 @@ Writes every seed anew (`make fuzz-seeds`); the same files give the same seeds.
 - rule: rule strings, as the toy builds them and as a person might type them.
 - wave: assets/tune.wav cut down to its header and a little data, with its declared size kept
   (so the data is short), in the other sample widths and channel counts, and with bad formats.
+- pattern: the pattern files of the tests' data (tests/data/patterns) and of the collection
+  (patterns/), and a few more in each format and notation.
 - atlas: the input format of fuzz_atlas (a 15-byte header, then RGBA pixels) holding parts of
   the images in gfx/, decoded here, cut as a font and as sprite sheets, and small patterns that
   repeat over large images.
@@ -215,11 +217,37 @@ def atlas_seeds():
     }
 
 
+# ----------------------------------------------------------------------------------------------
+# pattern: pattern files as they are, and a few more
+# ----------------------------------------------------------------------------------------------
+
+
+def pattern_seeds():
+    seeds = {}
+    for folder in (os.path.join(ROOT, "tests", "data", "patterns"), os.path.join(ROOT, "patterns")):
+        if not os.path.isdir(folder):
+            continue
+        for name in sorted(os.listdir(folder)):
+            with open(os.path.join(folder, name), "rb") as f:
+                seeds[os.path.basename(folder) + "-" + name] = f.read()
+    seeds.update({
+        "rle-every-suffix.rle": b"x = 2, y = 2, rule = B36/S23:T20,10\n2o$2o!\n",
+        "rle-sb-plane.rle": b"#N Block\n#O nobody\nx = 2, y = 2, rule = 23/3:P48,30\n2o$2o!\n",
+        "rle-comments-after-header.rle": b"x = 3, y = 1\n#C between\n3o!\n",
+        "rle-counts.rle": b"x = 47, y = 29\n47o28$47o!\n",
+        "life106-wide.lif": b"#Life 1.06\n-23 -14\n24 15\n",
+        "life105-rule.lif": b"#Life 1.05\n#D rule\n#R 23/36:T48,30\n#P -1 -1\n.*.\n..*\n***\n",
+        "cells-blank-rows.cells": b"!Name: rows\nO\n\n\n.O\n\n\n",
+    })
+    return seeds
+
+
 def main():
     write_seeds("settings", settings_seeds())
     write_seeds("rule", rule_seeds())
     write_seeds("wave", wave_seeds())
     write_seeds("atlas", atlas_seeds())
+    write_seeds("pattern", pattern_seeds())
 
 
 if __name__ == "__main__":

@@ -26,12 +26,14 @@ amount="$4"
 seeds="$root/tests/fuzz/corpus/$target"
 
 # The longest input each target is given: a settings file and a little more, a rule string, a
-# WAV header and some data, an image header and up to 64 x 64 pixels of pattern
+# WAV header and some data, an image header and up to 64 x 64 pixels of pattern, a pattern file
+# of a few thousand cells with its comments
 case "$target" in
   settings) max_len=8192 ;;
   rule) max_len=256 ;;
   wave) max_len=4096 ;;
   atlas) max_len=16400 ;;
+  pattern) max_len=16384 ;;
   *) echo "fuzz.sh: no target '$target'" >&2; exit 2 ;;
 esac
 

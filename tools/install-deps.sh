@@ -40,6 +40,9 @@ test=(
   clang libclang-rt-dev
   # the browser tests: headless Chromium driven over the DevTools protocol
   chromium python3-websocket
+  # pattern files: an independent Life program (bgolly) to check generations against, and the
+  # checkers of the MIME type definitions (xmllint, update-mime-database)
+  golly libxml2-utils shared-mime-info
 )
 
 case "${1:-test}" in

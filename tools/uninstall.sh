@@ -36,4 +36,20 @@ elif [ -f "$folders" ]; then
     fi
   done
 fi
+# An installation into its real place brought the desktop's MIME and menu databases up to date
+# (dist/CMakeLists.txt): so does its removal, for the folders it installed into
+if [ -z "$destdir" ]; then
+  while IFS= read -r path || [ -n "$path" ]; do
+    case "$path" in
+      */share/mime/packages/*.xml)
+        if command -v update-mime-database >/dev/null && [ -d "${path%/packages/*}" ]; then
+          update-mime-database "${path%/packages/*}" || true
+        fi ;;
+      */share/applications/*.desktop)
+        if command -v update-desktop-database >/dev/null && [ -d "${path%/*}" ]; then
+          update-desktop-database "${path%/*}" || true
+        fi ;;
+    esac
+  done <"$manifest"
+fi
 rm -f -- "$manifest" "$folders"

@@ -106,7 +106,9 @@ SETTINGS_RECORD ToyTest::saved() const
     std::vector<std::string> environment = {"HOME=" + home};
     environment.insert(environment.end(), overrides.begin(), overrides.end());
     std::string error;
-    if (!process_start(toy, {program}, xvfb.display, error, environment))
+    std::vector<std::string> argv = {program};
+    argv.insert(argv.end(), arguments.begin(), arguments.end());
+    if (!process_start(toy, argv, xvfb.display, error, environment))
         return ::testing::AssertionFailure() << error;
     next_line = rate_line = 0;
     paused = false;

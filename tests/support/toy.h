@@ -63,6 +63,7 @@ std::regex toy_line_regex(const std::string &pattern);
 class ToyTest : public ::testing::Test {
 protected:
     std::string program;      // the toy's executable
+    std::vector<std::string> arguments;  // given to it after its name; none by default
     XVFB xvfb;
     Display *x = nullptr;     // the test's own connection to the display
     std::string home;         // the toy's HOME; "settings.cfg" lives under it
