@@ -28,6 +28,7 @@
 #include <vector>
 
 #include "draw.h"
+#include "frame.h"
 #include "log.h"
 #include "sprite.h"
 #include "texture-atlas.h"
@@ -606,6 +607,7 @@ int atlas_upload(IMAGE *image, int linear, int format)
         lum_logf("Deleting texture %d\n", static_cast<int>(image->opengl_texture));
         delete_texture(image);
     }
+    frame_force();  // a frame's fingerprint names its pages, not their pixels
 
     size_t row_bytes = static_cast<size_t>(image->texture_w) * RGBA_BYTES;
     std::vector<uint8_t> texels(row_bytes * static_cast<size_t>(image->texture_h));

@@ -5,7 +5,7 @@
 // atlas_upload (which discards the packer). Only one packer exists at a time, so atlases are
 // built one after another.
 // Depends on: texture-atlas (packing), wrapper_image (decoding), sprite (its records; drawing the
-// page), draw (binding), log (log lines), OpenGL.
+// page), draw (binding), log (log lines), frame (a new page's pixels draw the next frame), OpenGL.
 #pragma once
 
 #include <array>

@@ -3,7 +3,7 @@
 // with alpha blending, batch 1 additively; each is drawn with one call by sprite_batch_draw.
 // The atlas fills the sprite table and keeps the batches; this module owns their records.
 // Depends on: atlas (sprite table, batches), turtle, draw (texture binding), log (log lines),
-// OpenGL.
+// frame (drawing goes through the frame's record), OpenGL.
 #pragma once
 
 #include <array>

@@ -6,6 +6,7 @@
 //   reloaded or put in the background) the application's save runs at once, from the page's own
 //   event, and is copied to IndexedDB.
 // - Links open in a new tab.
+// - A canvas resized or a WebGL context restored has lost its picture: the next frame is drawn.
 #include "wrapper_host.h"
 
 #include <emscripten.h>
@@ -146,6 +147,24 @@ EM_JS(void, web_open_tab, (const char *url), {
     window.open(UTF8ToString(url), "_blank", "noopener");
 });
 
+// The canvas lost its picture since the last call: its size was changed (which clears its
+// drawing buffer) or its WebGL context was restored after a loss. The first call starts watching.
+EM_JS(int, web_canvas_lost, (), {
+    var canvas = Module.canvas;
+    if (!canvas)
+        return 0;
+    var size = canvas.width + "x" + canvas.height;
+    if (Module.lumCanvasSize === undefined) {
+        Module.lumCanvasSize = size;
+        Module.lumCanvasLost = 0;
+        canvas.addEventListener("webglcontextrestored", function() { Module.lumCanvasLost = 1; });
+    }
+    var lost = Module.lumCanvasLost || size !== Module.lumCanvasSize;
+    Module.lumCanvasLost = 0;
+    Module.lumCanvasSize = size;
+    return lost ? 1 : 0;
+});
+
 // Called by the page's handlers above
 extern "C" EMSCRIPTEN_KEEPALIVE void wrapper_web_page_hidden()
 {
@@ -192,6 +211,13 @@ void wrapper_host_window_opened()
 int wrapper_host_poll()
 {
     return WRAPPER_HOST_NOTHING;
+}
+
+// A frame the loop finds equal to the one shown is not drawn, and the canvas keeps showing the
+// last one drawn, until the canvas loses it
+bool wrapper_host_take_redraw()
+{
+    return web_canvas_lost() != 0;
 }
 
 int wrapper_host_open_url(int, const char *url)
