@@ -35,7 +35,8 @@ struct FRAME_RECORD {
 static bool recording = false;
 static std::vector<FRAME_RECORD> records;        // this frame's commands in their order
 static std::vector<FRAME_COMMAND> commands;      // the same, pointing into `storage`, for replay
-static std::vector<unsigned char> storage;       // copies of the commands' arrays
+static std::vector<unsigned char> storage;       // copies of the commands' arrays; it only grows
+static size_t used = 0;                          // bytes of `storage` this frame has used
 static uint64_t shown = 0;                       // fingerprint of the frame on screen
 static bool shown_known = false;                 // a frame that covers the screen was drawn and nothing happened since
 static bool forced = true;                       // the next frame is drawn whatever it holds
@@ -199,7 +200,7 @@ static uint64_t view_fingerprint()
 void frame_begin()
 {
     records.clear();
-    storage.clear();
+    used = 0;
     recording = true;
 }
 
@@ -208,13 +209,16 @@ bool frame_recording()
     return recording;
 }
 
-// Copy an array to the end of the frame's storage; its offset there
+// Copy an array to the end of what the frame's storage holds; its offset there. The storage
+// keeps its size from frame to frame, so a frame like the last one only copies.
 static size_t keep_array(const void *data, size_t bytes)
 {
-    size_t at = (storage.size() + FRAME_ALIGN - 1) / FRAME_ALIGN * FRAME_ALIGN;
-    storage.resize(at + bytes);
+    size_t at = (used + FRAME_ALIGN - 1) / FRAME_ALIGN * FRAME_ALIGN;
+    if (at + bytes > storage.size())
+        storage.resize(std::max(at + bytes, 2 * storage.size()));
     if (bytes)
         std::memcpy(storage.data() + at, data, bytes);
+    used = at + bytes;
     return at;
 }
 
@@ -321,4 +325,5 @@ void frame_exit()
     std::vector<FRAME_RECORD>().swap(records);
     std::vector<FRAME_COMMAND>().swap(commands);
     std::vector<unsigned char>().swap(storage);
+    used = 0;
 }
