@@ -147,22 +147,23 @@ EM_JS(void, web_open_tab, (const char *url), {
     window.open(UTF8ToString(url), "_blank", "noopener");
 });
 
-// The canvas lost its picture since the last call: its size was changed (which clears its
-// drawing buffer) or its WebGL context was restored after a loss. The first call starts watching.
+// The canvas lost its picture since the last call: its width or height was set (which clears its
+// drawing buffer, even when set to the size it had) or its WebGL context was restored after a
+// loss. The first call starts watching.
 EM_JS(int, web_canvas_lost, (), {
     var canvas = Module.canvas;
     if (!canvas)
         return 0;
-    var size = canvas.width + "x" + canvas.height;
-    if (Module.lumCanvasSize === undefined) {
-        Module.lumCanvasSize = size;
+    if (!Module.lumCanvasWatched) {
+        Module.lumCanvasWatched = true;
         Module.lumCanvasLost = 0;
-        canvas.addEventListener("webglcontextrestored", function() { Module.lumCanvasLost = 1; });
+        var lost = function() { Module.lumCanvasLost = 1; };
+        new MutationObserver(lost).observe(canvas, {attributes: true, attributeFilter: ["width", "height"]});
+        canvas.addEventListener("webglcontextrestored", lost);
     }
-    var lost = Module.lumCanvasLost || size !== Module.lumCanvasSize;
+    var was = Module.lumCanvasLost;
     Module.lumCanvasLost = 0;
-    Module.lumCanvasSize = size;
-    return lost ? 1 : 0;
+    return was ? 1 : 0;
 });
 
 // Called by the page's handlers above
