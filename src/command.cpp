@@ -22,6 +22,7 @@
 #include "exchange.h"
 #include "file.h"
 #include "game.h"
+#include "history.h"
 #include "life.h"
 #include "lum.h"
 #include "pattern.h"
@@ -315,6 +316,9 @@ static int run_batch(const COMMAND_ARGS &a)
     }
     load_settings();
     game_update_config();
+    // The import is an undo step the toy can take back at its next start
+    history_bind(game.bparams.data(), game.sparams.data(), &game.border_mode, &config_changed);
+    history_load();
     if (a.import)
         exchange_open(pattern);
     for (unsigned i = 0; a.step && i < a.steps; i++)
@@ -325,6 +329,7 @@ static int run_batch(const COMMAND_ARGS &a)
             say("cannot save the grid in '%s': %s", file_save_path(COMMAND_SETTINGS), file_error());
             return COMMAND_FAILED;
         }
+        history_save();
     }
     if (a.export_) {
         std::string text = exchange_rle();

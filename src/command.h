@@ -15,7 +15,7 @@
 // which starts the toy in its data folder, has set it, else from the working directory.
 // Depends on: pattern (reading pattern files, refusals), exchange (a pattern into the toy, the grid
 // out as RLE), game (the settings record, its file), life (generations), lum (the application's
-// name), file (the saved record, the exported file).
+// name), file (the saved record, the exported file), history (an import is an undo step).
 #pragma once
 
 //----------------------------------------------------------------------------------

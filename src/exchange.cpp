@@ -4,6 +4,7 @@
 #include <algorithm>
 
 #include "game.h"
+#include "history.h"
 #include "life.h"
 #include "pattern.h"
 
@@ -15,9 +16,10 @@ static_assert(PATTERN_BORDER_WRAP == GAME_BORDER_WRAP && PATTERN_BORDER_DEAD == 
 // Public functions
 //----------------------------------------------------------------------------------
 // The grid, the rule and border it names, counter 0, not running; the engine configured from the
-// record and the record's frozen grid brought up to date
+// record and the record's frozen grid brought up to date; the moment before is one undo step
 void exchange_open(const PATTERN &pattern)
 {
+    history_record(HISTORY_PATTERN);
     for (int y = 0; y < LIFE_H; y++)
         for (int x = 0; x < LIFE_W; x++)
             life_set_cell(x, y, pattern.cells[static_cast<size_t>(x)][static_cast<size_t>(y)]);

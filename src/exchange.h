@@ -4,7 +4,7 @@
 // that the settings record then holds exactly that; the toy's grid goes out as RLE with its rule
 // and border.
 // Depends on: pattern (the formats), game (the record, its configuration), life (the grid and the
-// step counter).
+// step counter), history (an opened pattern is one undo step).
 #pragma once
 
 #include <string>

@@ -13,6 +13,7 @@
 #include "presets.h"
 #include "screens.h"
 #include "shell.h"
+#include "snapshot.h"
 #include "state.h"
 #include "wrapper.h"
 
@@ -33,6 +34,7 @@ constexpr int KEYBOARD_RULE_DIGITS = 9;  // 0..8
 enum KEY_ACTION {
     KEY_NONE, KEY_RUN, KEY_STEP, KEY_RANDOM, KEY_CLEAR, KEY_FASTER, KEY_SLOWER, KEY_BORDER,
     KEY_BIRTH, KEY_SURVIVE, KEY_PRESET_NEXT, KEY_PRESET_BACK, KEY_UNDO, KEY_REDO, KEY_MUTE, KEY_HELP,
+    KEY_SAVE,
 };
 
 //----------------------------------------------------------------------------------
@@ -69,6 +71,8 @@ static int action_of(int sym, int mods, int &digit)
             return shift ? KEY_REDO : KEY_UNDO;
         if (sym == letter('y'))
             return KEY_REDO;
+        if (sym == letter('s') && !shift)
+            return KEY_SAVE;
         return KEY_NONE;
     }
     if (sym >= WRAPPER_SYM_0 && sym < WRAPPER_SYM_0 + KEYBOARD_RULE_DIGITS) {
@@ -193,6 +197,7 @@ static void act(int action, int digit, bool repeat)
     case KEY_REDO: keyboard_redo(); break;
     case KEY_MUTE: mute_toggle(); break;
     case KEY_HELP: help_toggle(); break;
+    case KEY_SAVE: keyboard_save(); break;
     default: break;
     }
 }
@@ -273,6 +278,14 @@ void keyboard_undo()
     else
         main_click_sound(1);
     refresh_rule_digits();
+}
+
+void keyboard_save()
+{
+    if (!snapshot_save().empty())
+        game_toggle_pip();
+    else
+        main_click_sound(1);
 }
 
 void keyboard_redo()

@@ -4,15 +4,16 @@
 // R RAND, Delete or Backspace CLR, + and - (either keyboard) the speed, B the border, 0-8 the
 // birth digits and Shift+0-8 the survival digits. Ctrl+Z undoes, Ctrl+Shift+Z and Ctrl+Y redo,
 // P and Shift+P step through the named rules, M switches sound off and on, H, F2 and ? show the
-// help. Held keys act once, except STEP and the speed, which repeat as a held button does (from
-// its 30th tick, every tick).
+// help, Ctrl+S saves the grid as a pattern file in the documents folder. Held keys act once,
+// except STEP and the speed, which repeat as a held button does (from its 30th tick, every
+// tick).
 // Keys arrive through the platform's raw-key hook, before the framework translates them, so the
 // framework's key tables stay exactly as they are; the hook only queues them, and the game
 // screen's update acts on them once per tick.
 // Depends on: wrapper (the raw-key hook and the key symbols), game (the record, the handlers the
 // keys share with the buttons), buttons (finding a button on screen), shell (the click sound),
 // state and screens (keys count on the game screen only), history (undo and redo, the watch of
-// runs and strokes), input (the pointer), presets, help, mute.
+// runs and strokes), input (the pointer), presets, help, mute, snapshot (Ctrl+S).
 #pragma once
 
 //----------------------------------------------------------------------------------
@@ -31,3 +32,4 @@ void keyboard_key(int pressed, int sym, int mods);  // the hook: queue a key whi
 void keyboard_update();
 void keyboard_undo();                            // what Ctrl+Z does: stop a run, undo a step, pip and refresh
 void keyboard_redo();                            // what Ctrl+Y does
+void keyboard_save();                            // what Ctrl+S does: the grid as a new pattern file, pip

@@ -3,8 +3,7 @@
 // ~/.config), else ~/Documents; the files go into "Lum Life/" there, named with the date and time
 // ("2026-11-25 09-30-12.rle", with " 2", " 3", ... when that name is taken). A file is written
 // beside its name and renamed into place, so no half-written file is ever left under it.
-// NOTE: a placeholder until the toy reads raw keys: nothing in the toy calls it yet; Ctrl+S on the
-// game screen is to call it (and play a sound) once the keyboard module is there.
+// Ctrl+S on the game screen calls it (keyboard).
 // Depends on: exchange (the grid as RLE), file (writing, renaming), wrapper_file (making the
 // folders), lum (the log line).
 #pragma once

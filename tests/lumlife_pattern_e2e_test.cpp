@@ -6,8 +6,11 @@
 
 #include <array>
 #include <cstdlib>
+#include <dirent.h>
 #include <string>
+#include <sys/wait.h>
 
+#include "process.h"
 #include "settings_record.h"
 #include "toy.h"
 #include "toy_layout.h"
@@ -108,6 +111,82 @@ TEST_F(LumlifePattern, APlaintextPatternIsCentredUnderTheSavedRuleAndBorder)
     SETTINGS_RECORD want = rec;
     record_set_grid(want, beacon);
     EXPECT_TRUE(record_same(saved(), want));
+}
+
+// An opened pattern is one undo step: Ctrl+Z brings back the grid, rule, border and counter from
+// before it, and Ctrl+Y the pattern again
+TEST_F(LumlifePattern, CtrlZTakesBackAPatternOpenedOnTheCommandLine)
+{
+    RECORD_GRID before{};
+    for (int x = 0; x < RECORD_COLS; x += 3)
+        before[x][20] = 1;
+    SETTINGS_RECORD rec = record_prepared(before, {{RECORD_BORDER, 2}, {RECORD_SHOW_STEPS, 0}, {RECORD_STEPS, 123}});
+    prepare(rec);
+    arguments = {DATA + "torus_grid.rle"};
+    ASSERT_TRUE(start());
+    RECORD_GRID glider{};
+    glider[10][3] = glider[11][4] = glider[9][5] = glider[10][5] = glider[11][5] = 1;
+    ASSERT_TRUE(see_grid(glider, "the glider from the file"));
+    ASSERT_TRUE(xdo({"key", "ctrl+z"}));
+    ASSERT_TRUE(logged(literal("UNDO: pattern (0 left)")));
+    ASSERT_TRUE(see_grid(before, "the grid from before the pattern"));
+    ASSERT_TRUE(quit_with_escape());
+    EXPECT_TRUE(record_same(saved(), rec));
+}
+
+// `--import` leaves its undo step in the history, so the toy's first Ctrl+Z takes it back
+TEST_F(LumlifePattern, AnImportIsUndoneAtTheToysNextStart)
+{
+    RECORD_GRID before{};
+    before[5][5] = before[6][5] = before[7][5] = 1;
+    SETTINGS_RECORD rec = record_prepared(before, {{RECORD_BORDER, 1}, {RECORD_SHOW_STEPS, 0}, {RECORD_STEPS, 7}});
+    prepare(rec);
+    std::string output;
+    int status = process_run({program, "--import", DATA + "torus_grid.rle"}, {"HOME=" + home}, 60, output);
+    ASSERT_TRUE(WIFEXITED(status) && WEXITSTATUS(status) == 0) << output;
+    ASSERT_FALSE(record_same(saved(), rec)) << "the import changed the saved grid";
+    ASSERT_TRUE(start());
+    ASSERT_TRUE(xdo({"key", "ctrl+z"}));
+    ASSERT_TRUE(logged(literal("UNDO: pattern (0 left)")));
+    ASSERT_TRUE(see_grid(before, "the grid from before the import"));
+    ASSERT_TRUE(quit_with_escape());
+    EXPECT_TRUE(record_same(saved(), rec));
+}
+
+// Ctrl+S writes the grid as a new RLE file under Documents/Lum Life/, which reads back (through
+// --import) to the same grid, rule and border
+TEST_F(LumlifePattern, CtrlSSavesTheGridAsAPatternThatReadsBackTheSame)
+{
+    RECORD_GRID grid{};
+    for (int x = 0; x < RECORD_COLS; x += 5)
+        for (int y = x % 3; y < RECORD_ROWS; y += 4)
+            grid[x][y] = 1;
+    SETTINGS_RECORD rec = record_prepared(grid, {{RECORD_BORDER, 1}, {RECORD_SHOW_STEPS, 0}, {RECORD_STEPS, 42}});
+    rec.bytes[RECORD_BPARAMS + 6] = 1;
+    prepare(rec);
+    ASSERT_TRUE(start());
+    ASSERT_TRUE(xdo({"key", "ctrl+s"}));
+    ASSERT_TRUE(logged(literal("saved the grid as the pattern '" + home + "/Documents/Lum Life/") + "[^/]*\\.rle'"));
+    ASSERT_TRUE(quit_with_escape());
+    std::string folder = home + "/Documents/Lum Life";
+    std::string file;
+    if (DIR *d = opendir(folder.c_str())) {
+        while (dirent *e = readdir(d))
+            if (std::string(e->d_name).size() > 4 && std::string(e->d_name).ends_with(".rle"))
+                file = folder + "/" + e->d_name;
+        closedir(d);
+    }
+    ASSERT_FALSE(file.empty()) << "no pattern in " << folder;
+    // Another grid in the saved settings, then the file imported over it
+    prepare(record_prepared({{RECORD_BORDER, 0}}));
+    std::string output;
+    int status = process_run({program, "--import", file}, {"HOME=" + home}, 60, output);
+    ASSERT_TRUE(WIFEXITED(status) && WEXITSTATUS(status) == 0) << output;
+    SETTINGS_RECORD back = saved();
+    EXPECT_EQ(record_grid(back), grid);
+    EXPECT_EQ(record_get32(back, RECORD_BORDER), 1);
+    EXPECT_EQ(back.bytes[RECORD_BPARAMS + 6], 1);
+    EXPECT_EQ(back.bytes[RECORD_BPARAMS + 3], rec.bytes[RECORD_BPARAMS + 3]);
 }
 
 }  // namespace
