@@ -16,6 +16,9 @@ DESTDIR ?=
 # A configure that leaves the choice of tests and benchmarks as it is: off in a new build folder
 # (the project's defaults), on once `make test` or `make bench` has turned them on
 CONFIGURE = cmake -S . -B $(BUILD) -DCMAKE_BUILD_TYPE=RelWithDebInfo --log-level=WARNING
+# The tests' build folder, when new, is made for Ninja, which builds the many test executables
+# and finds nothing to do faster than make; a folder made earlier keeps its generator
+GENERATOR = $(if $(wildcard $(BUILD)/CMakeCache.txt),,-G Ninja)
 
 .PHONY: run test check bench web serve web-figures fuzz fuzz-seeds screenshot art sounds build install uninstall package deps clean
 
@@ -33,7 +36,7 @@ test: build
 # (`ctest -L unit`; tests/README.md lists the tiers)
 check:
 	@tools/install-deps.sh check
-	@cmake -S . -B $(BUILD) -DCMAKE_BUILD_TYPE=RelWithDebInfo -DLUM_BUILD_TESTS=ON --log-level=WARNING
+	@cmake -S . -B $(BUILD) $(GENERATOR) -DCMAKE_BUILD_TYPE=RelWithDebInfo -DLUM_BUILD_TESTS=ON --log-level=WARNING
 	@cmake --build $(BUILD) -j $(JOBS) --target unit_tests
 	@cd $(BUILD) && ctest -L unit --output-on-failure --timeout 300 -j $(JOBS)
 
@@ -90,7 +93,7 @@ sounds: build
 
 # Everything: the toy, the tools, the tests and the benchmarks
 build: deps
-	@cmake -S . -B $(BUILD) -DCMAKE_BUILD_TYPE=RelWithDebInfo -DLUM_BUILD_TESTS=ON -DLUM_BUILD_BENCH=ON \
+	@cmake -S . -B $(BUILD) $(GENERATOR) -DCMAKE_BUILD_TYPE=RelWithDebInfo -DLUM_BUILD_TESTS=ON -DLUM_BUILD_BENCH=ON \
 	  --log-level=WARNING
 	@cmake --build $(BUILD) -j $(JOBS)
 

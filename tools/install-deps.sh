@@ -13,7 +13,7 @@ set -euo pipefail
 
 run=(
   # build
-  g++ cmake make pkg-config
+  g++ cmake make ninja-build pkg-config
   # the toy: SDL 1.2 API (sdl12-compat), SDL_image, SDL_mixer, OpenGL and Mesa's software renderer
   libsdl1.2-compat-dev libsdl-image1.2-dev libsdl-mixer1.2-dev libgl-dev libgl1-mesa-dri
   # the headless runner and the project's tools: a virtual X display, input injection, and Xlib
