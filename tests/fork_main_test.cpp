@@ -47,7 +47,7 @@ TEST(ForkMain, EveryTestRunsFromTheProgramsFreshStateAndTheFailuresAreNamed)
     EXPECT_TRUE(has(r.out, "[       OK ] Sample.SecondSeesAFreshProgramToo")) << r.out;
     EXPECT_TRUE(has(r.out, "[       OK ] SampleDeathTest.DiesAsExpected")) << r.out;
     EXPECT_TRUE(has(r.out, "[  FAILED  ] Sample.FailsAnExpectation (exit status 1")) << r.out;
-    EXPECT_TRUE(has(r.out, "[  FAILED  ] Sample.Crashes (killed by signal 11")) << r.out;
+    EXPECT_TRUE(has(r.out, "[  FAILED  ] Sample.Crashes (killed by signal 6")) << r.out;
     EXPECT_TRUE(has(r.out, "[==========] 5 tests, each in its own process, ran.")) << r.out;
     EXPECT_TRUE(has(r.out, "[  PASSED  ] 3 tests.")) << r.out;
 }
