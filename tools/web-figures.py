@@ -109,7 +109,16 @@ def phone(build):
             tools.call("Input.dispatchTouchEvent", type=kind,
                        touchPoints=[{"x": x, "y": y, "id": 0}] if kind == "touchStart" else [])
             time.sleep(0.2)
-        print("phone: frames a second over %d s, the grid running: %s" % (MEASURE_SECONDS, frames_a_second(tools)))
+        shots = os.path.join(profile, "canvas.rgb")
+        browser_driver.run(tools, "pixels", shots)
+        with open(shots, "rb") as f:
+            before = f.read()
+        counted = frames_a_second(tools)
+        browser_driver.run(tools, "pixels", shots)
+        with open(shots, "rb") as f:
+            running = f.read() != before
+        print("phone: frames a second over %d s, %s: %s" %
+              (MEASURE_SECONDS, "the grid running" if running else "the grid still (RUN was not taken)", counted))
         browser_driver.SERVER.shutdown()
         browser_driver.SERVER.server_close()
         warm = first_frame(tools, served, "/index.html")
