@@ -65,7 +65,7 @@ def value(tools, expression):
 def first_frame(tools, served, path):
     """Open `path` and wait for its first drawn frame: milliseconds from the load's start."""
     tools.call("Page.navigate", url=served + path)
-    time.sleep(0.2)
+    time.sleep(0.2)  # the new page's own count (the figure is its own clock's, not this wait's)
     began = time.monotonic()
     first = None
     while first is None and time.monotonic() - began < START_SECONDS:
@@ -151,24 +151,12 @@ def main():
         return 1
     tools, chromium, served = started
     try:
-        tools.call("Page.navigate", url=served + "/index.html")
-        began = time.monotonic()
-        first = None
-        while first is None and time.monotonic() - began < START_SECONDS:
-            time.sleep(0.05)
-            first = value(tools, "window.lumFrames ? window.lumFrames.first : null")
+        first = first_frame(tools, served, "/index.html")
         if first is None:
             print("the page drew nothing", file=sys.stderr)
             return 1
         print("first drawn frame: %.0f ms after the page's load began" % first)
-
-        counts = []
-        for _ in range(int(MEASURE_SECONDS)):
-            before = value(tools, "window.lumFrames.frames")
-            time.sleep(1.0)
-            counts.append(value(tools, "window.lumFrames.frames") - before)
-        print("frames a second over %d s: %s (mean %.1f)" % (MEASURE_SECONDS, " ".join(map(str, counts)),
-                                                             sum(counts) / len(counts)))
+        print("frames a second over %d s: %s" % (MEASURE_SECONDS, frames_a_second(tools)))
 
         if screenshot:
             left, top, width, height = browser_driver.canvas_rect(tools)
