@@ -398,6 +398,20 @@ TEST_F(LumlifePhone, ATapAndAFiveCellDragPaintExactlyThoseCellsAndATapOnStepStep
     EXPECT_TRUE(no_exception());
 }
 
+// A tap as short as the driver can make it (the finger lifted at once) still clicks: STEP steps
+TEST_F(LumlifePhone, AQuickTapOnStepStillSteps)
+{
+    SETTINGS_RECORD rec = record_prepared(prepared_grid(), {{RECORD_SHOW_STEPS, 0}, {RECORD_STEPS, 2}});
+    ASSERT_TRUE(start_with(rec));
+    const LAYOUT_SPOT step = layout_control(view, LAYOUT_STEP);
+    ASSERT_TRUE(touch("start", step.x, step.y));
+    ASSERT_TRUE(touch("end", step.x, step.y));
+    const RECORD_GRID g = record_life_next(prepared_grid(), rec);
+    ASSERT_TRUE(see_grid(g, "one generation on"));
+    EXPECT_TRUE(saved_is(rec, g, 3));
+    EXPECT_TRUE(no_exception());
+}
+
 //----------------------------------------------------------------------------------
 // Tests: offline and installable
 //----------------------------------------------------------------------------------

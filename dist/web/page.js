@@ -6,8 +6,9 @@
 //   screen's pixels (devicePixelRatio) up to the toy's own size at start, 960 x 640 (turned in
 //   portrait), and is never below its smallest, 480 x 320: the toy's layout then keeps its scale
 //   whole. The toy takes the request (Module.lumFit) at its next tick.
-// - Touch: one finger is the mouse: a tap is a click, a drag a stroke; other fingers are ignored;
-//   the page neither scrolls, zooms, selects nor shows a menu over the canvas.
+// - Touch: one finger is the mouse: a tap is a click (however short, its release reaches the toy
+//   at a later tick than its press), a drag a stroke; other fingers are ignored; the page neither
+//   scrolls, zooms, selects nor shows a menu over the canvas.
 // - Patterns: the bar's Open, Copy RLE, Paste, Download and Share link; a file dropped on the
 //   page; Ctrl+V or Cmd+V anywhere; a link ending in #rle=PATTERN. What comes in is read by the
 //   toy (src/page.cpp); a refusal is shown in one line and changes nothing.
@@ -21,6 +22,7 @@
   var BAR = 40;                             // the bar's thickness in CSS pixels
   var WIDE_BAR = 560;                       // a top bar this wide shows its buttons without a menu
   var TAP_MS = 60;                          // a tap's release comes at least this long after its press
+  var TAP_LOOK_MS = 8;                      // and after the toy has taken the press: looked at this often
   var NOTE_MS = 8000;                       // a note shows this long
   var LINK_KEY = "#rle=";
 
@@ -75,12 +77,30 @@
   //--------------------------------------------------------------------------------
   var finger = null;      // the touch that is the mouse, or null
   var pressedAt = 0;
+  var press = null;       // the press given to the toy for it
   var pendingUp = null;   // a tap's release waiting for its moment: [timer, touch]
 
   function mouse(type, touch) {
-    canvas.dispatchEvent(new MouseEvent(type, {
+    var event = new MouseEvent(type, {
       bubbles: true, cancelable: true, view: window, button: 0, buttons: type === "mouseup" ? 0 : 1,
-      clientX: touch.clientX, clientY: touch.clientY, screenX: touch.screenX, screenY: touch.screenY}));
+      clientX: touch.clientX, clientY: touch.clientY, screenX: touch.screenX, screenY: touch.screenY});
+    canvas.dispatchEvent(event);
+    return event;
+  }
+
+  // The toy has taken the press from its queue of events, at a tick before the release's: a
+  // press and a release in one tick would be a release alone, which is no click
+  function pressTaken() {
+    return typeof SDL === "undefined" || !SDL.events || SDL.events.indexOf(press) < 0;
+  }
+
+  function releaseWhenTaken() {
+    if (!pendingUp)
+      return;
+    if (performance.now() - pressedAt >= TAP_MS && pressTaken())
+      releaseNow();
+    else
+      pendingUp[0] = setTimeout(releaseWhenTaken, TAP_LOOK_MS);
   }
 
   function releaseNow() {
@@ -122,7 +142,7 @@
       finger = first.identifier;
       pressedAt = performance.now();
       mouse("mousemove", first);
-      mouse("mousedown", first);
+      press = mouse("mousedown", first);
       return;
     }
     var touch = finger_of(event);
@@ -134,11 +154,8 @@
     }
     finger = null;
     startSound();
-    var wait = TAP_MS - (performance.now() - pressedAt);
-    if (wait > 0)
-      pendingUp = [setTimeout(releaseNow, wait), touch];
-    else
-      mouse("mouseup", touch);
+    pendingUp = [0, touch];
+    releaseWhenTaken();
   }
 
   ["touchstart", "touchmove", "touchend", "touchcancel"].forEach(function (type) {
