@@ -7,6 +7,8 @@
 //   event, and is copied to IndexedDB.
 // - Links open in a new tab.
 // - A canvas resized or a WebGL context restored has lost its picture: the next frame is drawn.
+// - A mouse press on the canvas holds the pointer until its release, as a window does on the
+//   desktop.
 #include "wrapper_host.h"
 
 #include <emscripten.h>
@@ -166,6 +168,28 @@ EM_JS(int, web_canvas_lost, (), {
     return was ? 1 : 0;
 });
 
+// A mouse button pressed on the canvas captures the pointer until it is released: its moves and
+// its release reach the canvas wherever the pointer goes, and no "mouseout" leaves the canvas
+// meanwhile. SDL answers every "mouseout" with a release of each held button (it cannot see a
+// release outside the canvas), and a browser also sends one when the page under a still pointer
+// is laid out anew (a screenshot of it, for one); without the capture such a moment would end a
+// paint stroke half way. Touches are held by their target anyway.
+EM_JS(void, web_capture_presses, (), {
+    var canvas = Module.canvas;
+    if (!canvas || canvas.lumCapturesPresses || !canvas.setPointerCapture)
+        return;
+    canvas.lumCapturesPresses = true;
+    canvas.addEventListener("pointerdown", function(event) {
+        if (event.pointerType === "touch")
+            return;
+        try {
+            canvas.setPointerCapture(event.pointerId);
+        } catch (error) {
+            // a pointer the browser no longer knows: nothing to hold
+        }
+    });
+});
+
 // Called by the page's handlers above
 extern "C" EMSCRIPTEN_KEEPALIVE void wrapper_web_page_hidden()
 {
@@ -192,6 +216,7 @@ void wrapper_host_init()
     else
         lum_log("saved files: no IndexedDB, saves last only while the page is open");
     web_watch_page();
+    web_capture_presses();
 }
 
 void wrapper_host_exit()
@@ -214,14 +239,11 @@ int wrapper_host_poll()
     return WRAPPER_HOST_NOTHING;
 }
 
-// TEMPORARY PLACEHOLDER: the page draws every frame, as if its canvas had lost its picture each
-// time. Left out frames kept the canvas's picture in headless Chromium, but a paint stroke made
-// with mouse moves was then not shown in most runs (LumlifeWeb.StepARuleDigitAndAStroke...), for
-// a reason not found yet; until it is, the browser does not leave frames out.
+// A frame the loop finds equal to the one shown is not drawn, and the canvas keeps showing the
+// last one drawn, until the canvas loses it
 bool wrapper_host_take_redraw()
 {
-    web_canvas_lost();
-    return true;
+    return web_canvas_lost() != 0;
 }
 
 int wrapper_host_open_url(int, const char *url)
