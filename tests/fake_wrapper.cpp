@@ -122,6 +122,13 @@ void wrapper_set_save_hook(void (*save)())
     fake_platform.save_hook = save;
 }
 
+int wrapper_take_expose()
+{
+    int e = fake_platform.exposed;
+    fake_platform.exposed = 0;
+    return e;
+}
+
 int wrapper_take_save_request()
 {
     int requested = fake_platform.save_requested;

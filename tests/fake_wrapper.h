@@ -17,6 +17,7 @@ struct FAKE_PLATFORM {
     int polls;                     // wrapper_handle_events calls
     int quit_requested;            // what wrapper_quit_requested answers
     int save_requested;            // what wrapper_take_save_request answers once
+    int exposed;                   // what wrapper_take_expose answers once
     void (*save_hook)();           // the hook given to wrapper_set_save_hook
     void (*mode_hook)();           // the hook given to wrapper_set_mode_hook
     void (*key_hook)(int pressed, int sym, int mods);  // the hook given to wrapper_set_key_hook

@@ -6,7 +6,7 @@
 // as RGBA bytes, 16-bit texels or alpha only.
 // Depends on: atlas_tables (the records and tables it fills), texture-atlas (packing),
 // wrapper_image (decoding), sprite (the next free sprite, drawing), draw (texture binding), log
-// (log lines, assertions), OpenGL.
+// (log lines, assertions), frame (a new page draws the next frame in full), OpenGL.
 //
 // Index of this file:
 // [SECTION] Constants
@@ -29,6 +29,7 @@
 #include <vector>
 
 #include "draw.h"
+#include "frame.h"
 #include "log.h"
 #include "sprite.h"
 #include "texture-atlas.h"
@@ -597,6 +598,7 @@ int atlas_upload(IMAGE *image, int linear, int format)
         lum_logf("Deleting texture %d\n", static_cast<int>(image->opengl_texture));
         delete_texture(image);
     }
+    frame_force();  // a frame's fingerprint names its pages, not their pixels
 
     size_t row_bytes = static_cast<size_t>(image->texture_w) * RGBA_BYTES;
     std::vector<uint8_t> texels(row_bytes * static_cast<size_t>(image->texture_h));

@@ -6,7 +6,7 @@
 // built one after another.
 // Depends on: atlas_tables (the records and tables it fills), texture-atlas (packing),
 // wrapper_image (decoding), sprite (the next free sprite; drawing the page), draw (binding), log
-// (log lines), OpenGL.
+// (log lines), frame (a new page's pixels draw the next frame), OpenGL.
 #pragma once
 
 #include <array>

@@ -4,6 +4,7 @@
 #include <GL/gl.h>
 
 #include "atlas_tables.h"
+#include "frame.h"
 #include "log.h"
 #include "wrapper.h"
 
@@ -26,10 +27,20 @@ void draw_clear(float r, float g, float b)
     draw_clear_ex(r, g, b, 0.0f);
 }
 
+static void submit_clear(const FRAME_COMMAND &c)
+{
+    glClearColor(c.colour[0], c.colour[1], c.colour[2], c.colour[3]);
+    glClear(GL_COLOR_BUFFER_BIT | GL_DEPTH_BUFFER_BIT);
+}
+
+// A clear paints every pixel, so a frame that has one does not depend on what the buffer held
 void draw_clear_ex(float r, float g, float b, float a)
 {
-    glClearColor(r, g, b, a);
-    glClear(GL_COLOR_BUFFER_BIT | GL_DEPTH_BUFFER_BIT);
+    FRAME_COMMAND c{};
+    c.submit = submit_clear;
+    c.colour = {r, g, b, a};
+    c.covers = true;
+    frame_draw(c);
 }
 
 // Set up the frame state for a new video mode: screen pixels with the origin at the top left,
@@ -53,13 +64,16 @@ void draw_reset()
     glEnable(GL_BLEND);
     glBlendFunc(GL_SRC_ALPHA, GL_ONE_MINUS_SRC_ALPHA);
     glViewport(0, 0, w, h);
+    frame_force();
     lum_logf("draw: reset (%d x %d)\n", w, h);
 }
 
-// End the frame and swap the buffers
+// End the frame and swap the buffers; a recorded frame equal to the one on screen is dropped
+// and the buffers stay as they are
 void draw_flip()
 {
-    wrapper_flip_screen();
+    if (frame_end())
+        wrapper_flip_screen();
 }
 
 // Bind a page's texture. The texture matrix divides by the page size, so texture coordinates

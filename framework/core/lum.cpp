@@ -14,6 +14,7 @@
 
 #include "atlas.h"
 #include "draw.h"
+#include "frame.h"
 #include "input.h"
 #include "poly.h"
 #include "rnd.h"
@@ -160,6 +161,7 @@ void lum_exit()
         return;
     lum_log("Quitting...");
     atlas_exit();  // textures go while the OpenGL context still exists
+    frame_exit();
     wrapper_exit();
     is_init_ = 0;
     lum_log("Bye! :)");
@@ -168,9 +170,11 @@ void lum_exit()
 //----------------------------------------------------------------------------------
 // [SECTION] Main loop
 //----------------------------------------------------------------------------------
-// Draw one frame of the current screen and present it
+// Draw one frame of the current screen and present it. The frame is recorded first and goes to
+// the screen only when it differs from the one shown (see frame.h).
 static void render_frame(int &frames)
 {
+    frame_begin();
     state_render();
     draw_flip();
     frames++;
@@ -198,6 +202,7 @@ static void run_tick()
     wrapper_handle_events();
     input_update_events();
     state_update();
+    frame_note_keys();
     synth_effects_hand_over();
     input_clear_events();
     run_save_hook();
@@ -249,6 +254,7 @@ int lum_run(int idle)
             fps_ = frames;
             frames = 0;
             seconds = sec;
+            frame_second(logic_rate < LUM_TICKS_PER_SECOND);  // the counts in the debug slow motion
         }
         if (idle)
             return 1;

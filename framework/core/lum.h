@@ -5,7 +5,8 @@
 // Depends on: log (log lines, the clock, the tick number), lum_settings (the audio switches),
 // wrapper (platform, quit requests, the new-mode hook), wrapper_file (the application name),
 // wrapper_music (the audio stream), state, input, rnd, sine, turtle, draw, atlas, poly,
-// synth_effects (set up at start-up; the boot screen's growl).
+// synth_effects (set up at start-up; the boot screen's growl), frame (each frame recorded, and
+// drawn only when it differs from the one on screen).
 #pragma once
 
 #include <cstdint>

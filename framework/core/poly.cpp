@@ -3,6 +3,7 @@
 
 #include <GL/gl.h>
 
+#include "frame.h"
 #include "turtle.h"
 
 //----------------------------------------------------------------------------------
@@ -91,18 +92,30 @@ void poly_plot()
     }
 }
 
+// The frame's polygons: packed vertices, one colour each, and the fans' triangles
+static void submit_polygons(const FRAME_COMMAND &c)
+{
+    glDisable(GL_TEXTURE_2D);
+    glDisableClientState(GL_TEXTURE_COORD_ARRAY);
+    glEnableClientState(GL_COLOR_ARRAY);
+    glColorPointer(4, GL_UNSIGNED_BYTE, 0, c.array[1]);
+    glVertexPointer(3, GL_FLOAT, 0, c.array[0]);
+    glDrawElements(GL_TRIANGLES, static_cast<GLsizei>(c.count[2]), GL_UNSIGNED_SHORT, c.array[2]);
+}
+
 // Draw every polygon of the frame with one call. Texturing is left off; the sprite paths switch
 // it on again themselves.
 void poly_draw_end()
 {
     if (element_count == 0)
         return;
-    glDisable(GL_TEXTURE_2D);
-    glDisableClientState(GL_TEXTURE_COORD_ARRAY);
-    glEnableClientState(GL_COLOR_ARRAY);
-    glColorPointer(4, GL_UNSIGNED_BYTE, 0, colour_list.data());
-    glVertexPointer(3, GL_FLOAT, 0, vertex_list.data());
-    glDrawElements(GL_TRIANGLES, static_cast<GLsizei>(element_count), GL_UNSIGNED_SHORT, index_list.data());
+    FRAME_COMMAND c{};
+    c.submit = submit_polygons;
+    c.array = {vertex_list.data(), colour_list.data(), index_list.data()};
+    c.count = {static_cast<int>(vertex_count), static_cast<int>(vertex_count), static_cast<int>(element_count)};
+    c.stride = {static_cast<int>(sizeof(GL_XYZ)), static_cast<int>(sizeof(GL_COLOUR)), static_cast<int>(sizeof(uint16_t))};
+    c.drawn = c.stride;
+    frame_draw(c);
 }
 
 // A trapezoid standing on the turtle: (-w, 0), (-s, h), (s, h) when s > 0, (w, 0)

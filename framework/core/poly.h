@@ -3,7 +3,7 @@
 // so shapes are built by moving and recolouring the turtle between points. Each polygon is
 // closed into a triangle fan in the frame lists, and the whole frame's polygons are drawn with
 // one call between poly_draw_start and poly_draw_end.
-// Depends on: turtle, OpenGL 1.x.
+// Depends on: turtle, frame (drawing goes through the frame's record), OpenGL 1.x.
 #pragma once
 
 #include <array>

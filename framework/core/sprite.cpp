@@ -4,11 +4,13 @@
 #include <GL/gl.h>
 
 #include <algorithm>
+#include <cstddef>
 #include <cstdlib>
 #include <utility>
 
 #include "atlas_tables.h"
 #include "draw.h"
+#include "frame.h"
 #include "log.h"
 #include "turtle.h"
 
@@ -114,19 +116,65 @@ static void batch_vertex(BATCH_ITEM &v, double lx, double ly, int16_t u, int16_t
     v.a = colour[3];
 }
 
-// Draw the sprites of one batch and empty it. The index list covers 5000 quads, so a batch
-// holding more (it can hold up to 5056) is drawn in two calls: nothing plotted is lost.
-static void batch_draw(ATLAS_BATCH &batch)
+// Draw `count` batched sprites. The index list covers 5000 quads, so a batch holding more (it
+// can hold up to 5056) is drawn in two calls: nothing plotted is lost.
+static void draw_quads(const BATCH_ITEM *vertices, int count)
 {
-    for (int first = 0; first < batch.count; first += SPRITE_DRAW_QUADS) {
-        int quads = std::min(batch.count - first, SPRITE_DRAW_QUADS);
-        const BATCH_ITEM *v = batch.entry + first * VERTICES_PER_SPRITE;
+    for (int first = 0; first < count; first += SPRITE_DRAW_QUADS) {
+        int quads = std::min(count - first, SPRITE_DRAW_QUADS);
+        const BATCH_ITEM *v = vertices + first * VERTICES_PER_SPRITE;
         glVertexPointer(3, GL_FLOAT, sizeof(BATCH_ITEM), &v->x);
         glTexCoordPointer(2, GL_SHORT, sizeof(BATCH_ITEM), &v->u);
         glColorPointer(4, GL_UNSIGNED_BYTE, sizeof(BATCH_ITEM), &v->r);
         glDrawElements(GL_TRIANGLES, quads * 6, GL_UNSIGNED_SHORT, element_list.data());
     }
-    batch.count = 0;
+}
+
+// What a drawing command names of its page: the texture, and the page's size that texture
+// positions are divided by
+static std::array<uint32_t, 3> command_page(const IMAGE *image)
+{
+    return {image->opengl_texture, static_cast<uint32_t>(image->texture_w), static_cast<uint32_t>(image->texture_h)};
+}
+
+// A batch's vertices as an array of a drawing command: each vertex is 32 bytes, of which the
+// position, texture position and colour (20 bytes) are drawn
+static void command_batch(FRAME_COMMAND &c, int slot, const ATLAS_BATCH &batch)
+{
+    c.array[slot] = batch.entry;
+    c.count[slot] = batch.count * VERTICES_PER_SPRITE;
+    c.stride[slot] = static_cast<int>(sizeof(BATCH_ITEM));
+    c.drawn[slot] = static_cast<int>(offsetof(BATCH_ITEM, pad));
+}
+
+// The two batches of a page: the first alpha-blended, then the second added onto the frame.
+// NOTE: sprite_draw switches the colour array off (it tints with one colour), so it is switched
+// on again here.
+static void submit_batches(const FRAME_COMMAND &c)
+{
+    glEnableClientState(GL_TEXTURE_COORD_ARRAY);
+    glEnableClientState(GL_COLOR_ARRAY);
+    glEnable(GL_TEXTURE_2D);
+    draw_bind_texture(c.image);
+    draw_quads(static_cast<const BATCH_ITEM *>(c.array[0]), c.count[0] / VERTICES_PER_SPRITE);
+    if (c.count[1] > 0) {
+        glBlendFunc(GL_ONE, GL_ONE);
+        draw_quads(static_cast<const BATCH_ITEM *>(c.array[1]), c.count[1] / VERTICES_PER_SPRITE);
+        glBlendFunc(GL_SRC_ALPHA, GL_ONE_MINUS_SRC_ALPHA);
+    }
+}
+
+// One sprite as a triangle strip in one colour: four 2-D points, then their texture positions
+static void submit_sprite(const FRAME_COMMAND &c)
+{
+    glColor4f(c.colour[0], c.colour[1], c.colour[2], c.colour[3]);
+    draw_bind_texture(c.image);
+    glDisableClientState(GL_COLOR_ARRAY);
+    glEnableClientState(GL_TEXTURE_COORD_ARRAY);
+    glEnable(GL_TEXTURE_2D);
+    glVertexPointer(2, GL_FLOAT, 0, c.array[0]);
+    glTexCoordPointer(2, GL_SHORT, 0, c.array[1]);
+    glDrawArrays(GL_TRIANGLE_STRIP, 0, VERTICES_PER_SPRITE);
 }
 
 //----------------------------------------------------------------------------------
@@ -174,15 +222,17 @@ void sprite_draw(const SPRITE *sprite, int flip)
     sprite_corner(hw, -hh, points[4], points[5]);
     sprite_corner(hw, hh, points[6], points[7]);
     const GLshort texcoords[8] = {uv.left, uv.top, uv.left, uv.bottom, uv.right, uv.top, uv.right, uv.bottom};
-    glColor4f(static_cast<float>(turtle.r), static_cast<float>(turtle.g), static_cast<float>(turtle.b),
-              static_cast<float>(turtle.a));
-    draw_bind_texture(sprite->atlas);
-    glDisableClientState(GL_COLOR_ARRAY);
-    glEnableClientState(GL_TEXTURE_COORD_ARRAY);
-    glEnable(GL_TEXTURE_2D);
-    glVertexPointer(2, GL_FLOAT, 0, points);
-    glTexCoordPointer(2, GL_SHORT, 0, texcoords);
-    glDrawArrays(GL_TRIANGLE_STRIP, 0, VERTICES_PER_SPRITE);
+    FRAME_COMMAND c{};
+    c.submit = submit_sprite;
+    c.image = sprite->atlas;
+    c.page = command_page(sprite->atlas);
+    c.colour = {static_cast<float>(turtle.r), static_cast<float>(turtle.g), static_cast<float>(turtle.b),
+                static_cast<float>(turtle.a)};
+    c.array = {points, texcoords, nullptr};
+    c.count = {VERTICES_PER_SPRITE, VERTICES_PER_SPRITE, 0};
+    c.stride = {static_cast<int>(2 * sizeof(GLfloat)), static_cast<int>(2 * sizeof(GLshort)), 0};
+    c.drawn = c.stride;
+    frame_draw(c);
 }
 
 // Append one sprite to a batch of its atlas as four vertices: left edge first, top before
@@ -212,9 +262,8 @@ void sprite_batch_plot(const SPRITE *sprite, int flip, int batch)
     turtle = saved;
 }
 
-// Draw both batches of an atlas: batch 0 alpha-blended, then batch 1 added onto the frame.
-// NOTE: sprite_draw switches the colour array off (it tints with one colour), so it is switched
-// on again here.
+// Draw both batches of an atlas, batch 0 alpha-blended, then batch 1 added onto the frame, and
+// empty them
 void sprite_batch_draw(IMAGE *image)
 {
     if (!element_init) {
@@ -235,14 +284,13 @@ void sprite_batch_draw(IMAGE *image)
     ATLAS *atlas = atlas_from_image(image);
     if (atlas->batch[0].count == 0 && atlas->batch[1].count == 0)
         return;
-    glEnableClientState(GL_TEXTURE_COORD_ARRAY);
-    glEnableClientState(GL_COLOR_ARRAY);
-    glEnable(GL_TEXTURE_2D);
-    draw_bind_texture(image);
-    batch_draw(atlas->batch[0]);
-    if (atlas->batch[1].count > 0) {
-        glBlendFunc(GL_ONE, GL_ONE);
-        batch_draw(atlas->batch[1]);
-        glBlendFunc(GL_SRC_ALPHA, GL_ONE_MINUS_SRC_ALPHA);
-    }
+    FRAME_COMMAND c{};
+    c.submit = submit_batches;
+    c.image = image;
+    c.page = command_page(image);
+    command_batch(c, 0, atlas->batch[0]);
+    command_batch(c, 1, atlas->batch[1]);
+    frame_draw(c);
+    atlas->batch[0].count = 0;
+    atlas->batch[1].count = 0;
 }

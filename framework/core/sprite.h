@@ -4,7 +4,7 @@
 // The atlas fills the sprite table (atlas_tables) and the batches are its atlases'; this module
 // plots into them and draws them.
 // Depends on: atlas_tables (the sprite table, the batches), turtle, draw (texture binding), log
-// (log lines), OpenGL.
+// (log lines), frame (drawing goes through the frame's record), OpenGL.
 #pragma once
 
 #include <array>

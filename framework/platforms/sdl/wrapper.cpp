@@ -37,6 +37,7 @@ static SDL_Joystick *joy = nullptr;  // opened at start and not read afterwards
 static int quit_requested = 0;       // set by a window close, a held Escape or a missing display
 static int save_requested = 0;       // set by a lost focus, a minimised window or a hang-up
 static void (*mode_hook)() = nullptr;  // sets up a new mode's frame state (the drawing's reset)
+static int exposed = 0;              // the window's picture was lost since the last frame
 static void (*save_hook)() = nullptr;
 static WRAPPER_KEY_HOOK key_hook = nullptr;  // offered every raw key before its translation
 
@@ -294,6 +295,12 @@ void wrapper_handle_events()
         case SDL_ACTIVEEVENT:
             if (!sdl.active.gain && (sdl.active.state & (SDL_APPINPUTFOCUS | SDL_APPACTIVE)))
                 save_requested = 1;
+            if (sdl.active.gain && (sdl.active.state & SDL_APPACTIVE))
+                exposed = 1;
+            continue;
+        case SDL_VIDEOEXPOSE:
+        case SDL_VIDEORESIZE:
+            exposed = 1;
             continue;
         default:
             continue;
@@ -342,6 +349,13 @@ int wrapper_take_save_request()
     int requested = save_requested;
     save_requested = 0;
     return requested;
+}
+
+int wrapper_take_expose()
+{
+    int lost = exposed || wrapper_host_take_redraw();
+    exposed = 0;
+    return lost;
 }
 
 int wrapper_quit_requested()

@@ -80,6 +80,11 @@ constexpr int WRAPPER_SYM_LAST = 323;  // symbols are below this
 void wrapper_set_save_hook(void (*save)());  // the application's save; null: none
 int wrapper_take_save_request();             // 1 once for each request since the last call
 
+// The window's picture was lost since the last call (exposed after being covered, resized,
+// restored from an icon; in the browser, the canvas resized or its context restored): 1 once,
+// and the next frame is drawn in full
+int wrapper_take_expose();
+
 // Services the desktop lacks: these log and report -1 (not available)
 int wrapper_tweet_start();
 int wrapper_tweet_add_text(const char *text);

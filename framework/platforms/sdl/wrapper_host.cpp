@@ -87,6 +87,12 @@ int wrapper_host_poll()
     return WRAPPER_HOST_SAVE_AND_END;
 }
 
+// X reports a window that lost its picture to SDL, which gives the layer an expose event
+bool wrapper_host_take_redraw()
+{
+    return false;
+}
+
 void wrapper_host_exit()
 {
 }

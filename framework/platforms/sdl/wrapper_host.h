@@ -25,6 +25,7 @@ void wrapper_host_init();            // at start, after SDL: signals, or the pag
 bool wrapper_host_has_display();     // a display to show the window on
 void wrapper_host_window_opened();   // after each new video mode
 int wrapper_host_poll();             // a WRAPPER_HOST_REQUEST, once for each request
+bool wrapper_host_take_redraw();     // the surface lost its picture since the last call (true once)
 int wrapper_host_open_url(int hint, const char *url);  // after the log line: -1 not opened, else 0
 bool wrapper_host_size(int *w, int *h);  // the size a WRAPPER_HOST_RESIZE asks for; false: none
 void wrapper_host_exit();            // the program has ended (the page says so; a process just ends)

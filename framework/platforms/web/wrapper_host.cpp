@@ -8,6 +8,9 @@
 // - Links open in a new tab.
 // - The page fits the canvas to the window (dist/web/page.js) and asks for a new drawing size
 //   when the window changes shape; the next tick opens a video mode of that size.
+// - A canvas resized or a WebGL context restored has lost its picture: the next frame is drawn.
+// - A mouse press on the canvas holds the pointer until its release, as a window does on the
+//   desktop.
 #include "wrapper_host.h"
 
 #include <emscripten.h>
@@ -155,6 +158,47 @@ EM_JS(void, web_open_tab, (const char *url), {
     window.open(UTF8ToString(url), "_blank", "noopener");
 });
 
+// The canvas lost its picture since the last call: its width or height was set (which clears its
+// drawing buffer, even when set to the size it had) or its WebGL context was restored after a
+// loss. The first call starts watching.
+EM_JS(int, web_canvas_lost, (), {
+    var canvas = Module.canvas;
+    if (!canvas)
+        return 0;
+    if (!Module.lumCanvasWatched) {
+        Module.lumCanvasWatched = true;
+        Module.lumCanvasLost = 0;
+        var lost = function() { Module.lumCanvasLost = 1; };
+        new MutationObserver(lost).observe(canvas, {attributes: true, attributeFilter: ["width", "height"]});
+        canvas.addEventListener("webglcontextrestored", lost);
+    }
+    var was = Module.lumCanvasLost;
+    Module.lumCanvasLost = 0;
+    return was ? 1 : 0;
+});
+
+// A mouse button pressed on the canvas captures the pointer until it is released: its moves and
+// its release reach the canvas wherever the pointer goes, and no "mouseout" leaves the canvas
+// meanwhile. SDL answers every "mouseout" with a release of each held button (it cannot see a
+// release outside the canvas), and a browser also sends one when the page under a still pointer
+// is laid out anew (a screenshot of it, for one); without the capture such a moment would end a
+// paint stroke half way. Touches are held by their target anyway.
+EM_JS(void, web_capture_presses, (), {
+    var canvas = Module.canvas;
+    if (!canvas || canvas.lumCapturesPresses || !canvas.setPointerCapture)
+        return;
+    canvas.lumCapturesPresses = true;
+    canvas.addEventListener("pointerdown", function(event) {
+        if (event.pointerType === "touch")
+            return;
+        try {
+            canvas.setPointerCapture(event.pointerId);
+        } catch (error) {
+            // a pointer the browser no longer knows: nothing to hold
+        }
+    });
+});
+
 // Called by the page's handlers above
 extern "C" EMSCRIPTEN_KEEPALIVE void wrapper_web_page_hidden()
 {
@@ -181,6 +225,7 @@ void wrapper_host_init()
     else
         lum_log("saved files: no IndexedDB, saves last only while the page is open");
     web_watch_page();
+    web_capture_presses();
 }
 
 void wrapper_host_exit()
@@ -213,6 +258,13 @@ bool wrapper_host_size(int *w, int *h)
     *w = web_fit_w();
     *h = web_fit_h();
     return *w > 0 && *h > 0;
+}
+
+// A frame the loop finds equal to the one shown is not drawn, and the canvas keeps showing the
+// last one drawn, until the canvas loses it
+bool wrapper_host_take_redraw()
+{
+    return web_canvas_lost() != 0;
 }
 
 int wrapper_host_open_url(int, const char *url)
