@@ -33,12 +33,13 @@ test: build
 	@cd $(BUILD) && ctest --output-on-failure --timeout 300 -j $(JOBS)
 
 # The fast loop: builds the unit tier alone (no display, no sound device, no network) and runs it
-# (`ctest -L unit`; tests/README.md lists the tiers)
+# (`ctest -L unit`; tests/README.md lists the tiers), each executable's tests in one process
+# where they may share one; `make test` runs every unit test in a process of its own
 check:
 	@tools/install-deps.sh check
 	@cmake -S . -B $(BUILD) $(GENERATOR) -DCMAKE_BUILD_TYPE=RelWithDebInfo -DLUM_BUILD_TESTS=ON --log-level=WARNING
 	@cmake --build $(BUILD) -j $(JOBS) --target unit_tests
-	@cd $(BUILD) && ctest -L unit --output-on-failure --timeout 300 -j $(JOBS)
+	@cd $(BUILD) && LUM_TEST_SHARE=1 ctest -L unit --output-on-failure --timeout 300 -j $(JOBS)
 
 # Speed figures (Google Benchmark); never part of `make test`.
 bench: build

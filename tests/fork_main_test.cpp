@@ -16,11 +16,12 @@ struct RUN {
     int status = -1;  // the exit status; -1 when it did not exit
 };
 
-// Run the sample with the given arguments, and environment assignments put before it
+// Run the sample with the given arguments and environment assignments (and nothing of this
+// process's choice of one program or one each)
 RUN run_sample(const std::string &args, const std::string &env = "")
 {
     RUN r;
-    const std::string command = env + " " + FORK_MAIN_SAMPLE + " " + args + " 2>&1";
+    const std::string command = "env -u LUM_TEST_SHARE " + env + " " + FORK_MAIN_SAMPLE + " " + args + " 2>&1";
     FILE *p = popen(command.c_str(), "r");
     if (!p)
         return r;
@@ -81,7 +82,7 @@ TEST(ForkMain, ADisabledTestRunsOnlyWhenAskedTo)
 TEST(ForkMain, WithoutForkingTheTestsShareOneProgram)
 {
     EXPECT_EQ(run_sample("--gtest_filter='Sample.*Fresh*'").status, 0);
-    const RUN one = run_sample("--gtest_filter='Sample.*Fresh*'", "LUM_TEST_NO_FORK=1");
+    const RUN one = run_sample("--gtest_filter='Sample.*Fresh*'", "LUM_TEST_SHARE=1");
     EXPECT_EQ(one.status, 1) << "the second test saw the first one's count: " << one.out;
     EXPECT_TRUE(has(one.out, "[  FAILED  ] Sample.SecondSeesAFreshProgramToo")) << one.out;
 }

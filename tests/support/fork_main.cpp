@@ -5,8 +5,9 @@
 // sanitizers map their shadow memory and read the process's maps) for every test. A child's
 // output is kept and shown only when it fails; the exit status is 0 when every test passed.
 // `--gtest_filter` chooses the tests as GoogleTest does. Listing the tests, a death test's own
-// child (which runs the binary again with an internal flag) and `LUM_TEST_NO_FORK=1` run the
-// tests in this process, as GoogleTest's own main does.
+// child (which runs the binary again with an internal flag) and `LUM_TEST_SHARE=1` (the quick
+// loop's choice, for executables whose tests may share one program) run the tests in this
+// process, as GoogleTest's own main does.
 // Depends on: GoogleTest, POSIX (fork, waitpid, dup2).
 #include <gtest/gtest.h>
 
@@ -135,8 +136,8 @@ bool fork_main_death_child(int argc, char **argv)
 
 bool fork_main_in_process(bool death_child)
 {
-    const char *no_fork = std::getenv("LUM_TEST_NO_FORK");
-    if (no_fork && std::strcmp(no_fork, "1") == 0)
+    const char *share = std::getenv("LUM_TEST_SHARE");
+    if (share && std::strcmp(share, "1") == 0)
         return true;
     return death_child || GTEST_FLAG_GET(list_tests);
 }
