@@ -5,11 +5,16 @@
 // framework down itself when the loop ends, so app_state_exit (which saves) runs after the
 // platform is down, and the final lum_exit does nothing. Without its font the toy cannot draw anything: start-up has said
 // so, and the process ends with status 1 instead of showing a black window.
+// In the browser, the page around the canvas learns once the toy has started that it may hand over
+// patterns.
 // Depends on: lum (the framework's start, loop and end), main (the application's hooks), command
-// (the command line).
+// (the command line), page (the browser page's patterns, in the browser build only).
 #include "command.h"
 #include "lum.h"
 #include "main.h"
+#ifdef __EMSCRIPTEN__
+#include "page.h"
+#endif
 
 #ifndef LUMLIFE_VERSION
 #define LUMLIFE_VERSION "unknown"  // the build gives the changelog's newest version
@@ -32,6 +37,9 @@ int main(int argc, char **argv)
         return 1;
     }
     command_open_pending();
+#ifdef __EMSCRIPTEN__
+    page_start();
+#endif
     lum_set_save_hook(app_state_save);
     lum_run(0);
     app_state_exit();

@@ -2,7 +2,8 @@
 // real decoder (SDL_image, which needs a video mode, so each test opens a small window in a
 // private virtual X display) and the real atlas, and the test looks at what came out: glyph
 // sizes, the cell and grid icons, the interface sprites, the icon sheets, and whether the whole
-// start-up atlas fits its page; and the application's icons for desktop menus, dist/icon-*.png.
+// start-up atlas fits its page; and the application's icons for desktop menus and the browser
+// page's manifest, dist/icon-*.png.
 // A last test runs the art generator and compares its output with the committed files.
 #include <gtest/gtest.h>
 
@@ -60,15 +61,16 @@ struct APP_ICON_FILE {
     const char *path;
     int side;
 };
-constexpr std::array<APP_ICON_FILE, 3> APP_ICONS = {{
+constexpr std::array<APP_ICON_FILE, 5> APP_ICONS = {{
     {"dist/icon-48.png", 48}, {"dist/icon-128.png", 128}, {"dist/icon-256.png", 256},
+    {"dist/icon-192.png", 192}, {"dist/icon-512.png", 512},
 }};
 
 // Every file the art generator writes, relative to the project root
-constexpr std::array<const char *, 10> GENERATED = {
+constexpr std::array<const char *, 12> GENERATED = {
     "gfx/font8x8.png",     "gfx/kobaltine.png", "gfx/hollowtide.png", "gfx/orbitcrane.png",
     "gfx/noiseorchard.png", "gfx/umberdeep.png", "docs/art.png",        "dist/icon-48.png",
-    "dist/icon-128.png",    "dist/icon-256.png",
+    "dist/icon-128.png",    "dist/icon-256.png",    "dist/icon-192.png", "dist/icon-512.png",
 };
 
 //----------------------------------------------------------------------------------

@@ -2,7 +2,8 @@
 // Makes gfx/font8x8.png from the hand-drawn font in assets/font8x8.txt, draws the maker's logo
 // and the four game icons from code, and lays everything out on a contact sheet for the README.
 // It also draws the application's icon for desktop menus from the font's cell icons, at the
-// sizes of the icon theme (ICONS_DIR/icon-48.png, icon-128.png, icon-256.png).
+// sizes of the icon theme (ICONS_DIR/icon-48.png, icon-128.png, icon-256.png), and for the browser
+// page's manifest (icon-192.png, icon-512.png).
 // The output depends on nothing but the font file and this code: no clock, no system fonts, and
 // noise from fixed seeds, so every run writes the same bytes.
 // Usage: artgen ASSETS_DIR GFX_DIR CONTACT_SHEET.png ICONS_DIR
@@ -67,7 +68,8 @@ constexpr std::array<const char *, SAMPLE_ROWS> SAMPLE_CELLS = {"..#.....", "...
 
 // The application's icon: a glider on a patch of grid, in the look of the README's screenshot
 // (mint dots glowing on a dark blue backdrop)
-constexpr std::array<int, 3> APP_ICON_SIDES = {48, 128, 256};  // the icon theme's sizes
+// The icon theme's sizes, then the browser page's for a phone's home screen (its manifest's)
+constexpr std::array<int, 5> APP_ICON_SIDES = {48, 128, 256, 192, 512};
 constexpr int APP_ICON_CELLS = 5;        // cells across and down
 constexpr std::array<const char *, APP_ICON_CELLS> APP_ICON_GLIDER = {".....", "..#..", "...#.", ".###.", "....."};
 constexpr int APP_ICON_LIVE = CODE_LIVE_ICONS + 1;  // the dot icons, as in the screenshot

@@ -17,8 +17,10 @@ PR_SET_PDEATHSIG = 1  # prctl's option: the signal a process gets when its paren
 
 
 class Handler(http.server.SimpleHTTPRequestHandler):
-    # WebAssembly must come as application/wasm for the browser to compile it while loading
-    extensions_map = {**http.server.SimpleHTTPRequestHandler.extensions_map, ".wasm": "application/wasm"}
+    # WebAssembly must come as application/wasm for the browser to compile it while loading; the
+    # page's manifest has a type of its own too
+    extensions_map = {**http.server.SimpleHTTPRequestHandler.extensions_map, ".wasm": "application/wasm",
+                      ".webmanifest": "application/manifest+json"}
 
 
 def main():

@@ -7,9 +7,16 @@ the test's own with an empty page, and then takes commands, one per line, from a
                              page of the same origin, whose storage a test may prepare
     ID eval JS               evaluate JS in the page, awaiting a promise; the answer is its value
                              as JSON
-    ID mouse TYPE X Y        a mouse event (press, release, move) at canvas pixel X, Y
+    ID mouse TYPE X Y        a mouse event (press, release, move) at canvas pixel X, Y (the
+                             canvas's own pixels, wherever and however large the page shows it)
+    ID touch TYPE X Y [F]    a touch event (start, move, end) of finger F (0 unless given) at
+                             canvas pixel X, Y; the other fingers down stay where they are
+    ID call METHOD JSON      a DevTools call with the JSON object's parameters; the answer is
+                             its result as JSON
+    ID server stop           stop serving the folder (the network gone)
     ID key TYPE KEY          a key event (down, up) for a DOM key name: Escape, F1, ...
-    ID pixels PATH           the canvas as shown, as raw RGB rows (top first) in PATH: "W H"
+    ID pixels PATH           the canvas as shown, as raw RGB rows (top first) in PATH, one for
+                             each of the canvas's own pixels (its middle as shown): "W H"
     ID reload                reload the page (its IndexedDB stays)
     ID script JS             run JS before the scripts of every page opened from now on
     ID quit                  end Chromium and the driver
@@ -60,6 +67,7 @@ CHROMIUM_FLAGS = [
 START_SECONDS = 60.0   # Chromium's start on a loaded machine
 ANSWER_SECONDS = 60.0  # one DevTools call
 SERVED = ""            # the served folder's address
+SERVER = None          # its server
 PR_SET_PDEATHSIG = 1   # prctl's option: the signal a child gets when its parent ends
 
 AUDIO_TAP = """
@@ -234,11 +242,36 @@ def png_rgb(data):
 
 
 def canvas_rect(tools):
+    return canvas_place(tools)[:4]
+
+
+def canvas_place(tools):
+    """The canvas as the page shows it, [left, top, width, height], then its own size [w, h]."""
     result = tools.call("Runtime.evaluate", expression=
-                        "JSON.stringify((r => [r.left, r.top, r.width, r.height])"
-                        "(document.getElementById('canvas').getBoundingClientRect()))",
+                        "JSON.stringify((c => (r => [r.left, r.top, r.width, r.height, c.width, c.height])"
+                        "(c.getBoundingClientRect()))(document.getElementById('canvas')))",
                         returnByValue=True)
     return json.loads(result["result"]["value"])
+
+
+def page_point(tools, x, y):
+    """Canvas pixel (x, y) as a point of the page."""
+    left, top, width, height, w, h = canvas_place(tools)
+    return left + float(x) * width / w, top + float(y) * height / h
+
+
+def resample(shot_w, shot_h, rgb, w, h):
+    """The middle of each of w x h cells of a shot_w x shot_h picture."""
+    out = bytearray()
+    for y in range(h):
+        row = min(shot_h - 1, int((y + 0.5) * shot_h / h)) * shot_w
+        for x in range(w):
+            at = (row + min(shot_w - 1, int((x + 0.5) * shot_w / w))) * 3
+            out += rgb[at:at + 3]
+    return bytes(out)
+
+
+TOUCHES = {}  # the fingers down: id -> the point where each is
 
 
 MOUSE = {"press": "mousePressed", "release": "mouseReleased", "move": "mouseMoved"}
@@ -256,10 +289,31 @@ def run(tools, command, rest):
         return json.dumps(result["result"].get("value"))
     if command == "mouse":
         kind, x, y = rest.split()
-        left, top, _, _ = canvas_rect(tools)
-        event = {"type": MOUSE[kind], "x": left + float(x), "y": top + float(y), "button": "left",
+        px, py = page_point(tools, x, y)
+        event = {"type": MOUSE[kind], "x": px, "y": py, "button": "left",
                  "buttons": 1 if kind == "press" else 0, "clickCount": 1 if kind != "move" else 0}
         tools.call("Input.dispatchMouseEvent", **event)
+        return "done"
+    if command == "touch":
+        words = rest.split()
+        kind, x, y = words[:3]
+        finger = int(words[3]) if len(words) > 3 else 0
+        px, py = page_point(tools, x, y)
+        if kind == "end":
+            TOUCHES.pop(finger, None)
+        else:
+            TOUCHES[finger] = {"x": px, "y": py, "id": finger, "radiusX": 1, "radiusY": 1, "force": 1}
+        tools.call("Input.dispatchTouchEvent", type={"start": "touchStart", "move": "touchMove", "end": "touchEnd"}[kind],
+                   touchPoints=list(TOUCHES.values()))
+        return "done"
+    if command == "call":
+        method, _, params = rest.partition(" ")
+        return json.dumps(tools.call(method, **(json.loads(params) if params.strip() else {})))
+    if command == "server":
+        if rest.strip() != "stop":
+            raise RuntimeError("unknown server command " + rest)
+        SERVER.shutdown()
+        SERVER.server_close()
         return "done"
     if command == "key":
         kind, key = rest.split()
@@ -269,10 +323,12 @@ def run(tools, command, rest):
                    nativeVirtualKeyCode=code)
         return "done"
     if command == "pixels":
-        left, top, width, height = canvas_rect(tools)
+        left, top, width, height, w, h = canvas_place(tools)
         shot = tools.call("Page.captureScreenshot", format="png", captureBeyondViewport=True,
                           clip={"x": left, "y": top, "width": width, "height": height, "scale": 1})
-        w, h, rgb = png_rgb(base64.b64decode(shot["data"]))
+        shot_w, shot_h, rgb = png_rgb(base64.b64decode(shot["data"]))
+        if (shot_w, shot_h) != (w, h):
+            rgb = resample(shot_w, shot_h, rgb, w, h)
         with open(rest, "wb") as out:
             out.write(rgb)
         return "%d %d" % (w, h)
@@ -292,9 +348,9 @@ def start(root, profile, extra_script=""):
     """Serve `root` on 127.0.0.1, start Chromium on `profile` with the audio tap (and
     `extra_script`) installed for every page; returns (DevTools, Chromium, the served address),
     or None if Chromium did not start."""
-    global SERVED
+    global SERVED, SERVER
     handler = functools.partial(Quiet, directory=root)
-    server = socketserver.ThreadingTCPServer(("127.0.0.1", 0), handler)
+    server = SERVER = socketserver.ThreadingTCPServer(("127.0.0.1", 0), handler)
     server.daemon_threads = True
     threading.Thread(target=server.serve_forever, daemon=True).start()
     SERVED = "http://127.0.0.1:%d" % server.server_address[1]

@@ -317,6 +317,12 @@ void wrapper_handle_events()
         save_requested = 1;
         quit_requested = 1;
         break;
+    case WRAPPER_HOST_RESIZE: {
+        int w = 0, h = 0;
+        if (wrapper_host_size(&w, &h) && (w != display_w || h != display_h))
+            wrapper_set_graphics(w, h, 0, fullscreen_);
+        break;
+    }
     default:
         break;
     }

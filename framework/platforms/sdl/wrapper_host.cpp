@@ -103,6 +103,12 @@ int wrapper_host_open_url(int, const char *)
     return -1;
 }
 
+// A window keeps the size the program gives it
+bool wrapper_host_size(int *, int *)
+{
+    return false;
+}
+
 int wrapper_file_sync(int fd)
 {
     return fsync(fd);

@@ -14,6 +14,7 @@ enum WRAPPER_HOST_REQUEST {
     WRAPPER_HOST_NOTHING = 0,
     WRAPPER_HOST_SAVE = 1,           // save at the next tick
     WRAPPER_HOST_SAVE_AND_END = 2,   // save at the next tick, then end (a hang-up)
+    WRAPPER_HOST_RESIZE = 3,         // open a video mode of wrapper_host_size's size (the page changed shape)
 };
 
 //----------------------------------------------------------------------------------
@@ -26,6 +27,7 @@ void wrapper_host_window_opened();   // after each new video mode
 int wrapper_host_poll();             // a WRAPPER_HOST_REQUEST, once for each request
 bool wrapper_host_take_redraw();     // the surface lost its picture since the last call (true once)
 int wrapper_host_open_url(int hint, const char *url);  // after the log line: -1 not opened, else 0
+bool wrapper_host_size(int *w, int *h);  // the size a WRAPPER_HOST_RESIZE asks for; false: none
 void wrapper_host_exit();            // the program has ended (the page says so; a process just ends)
 
 // Implemented by the SDL layer (wrapper.cpp): the application's save, now, if it set one

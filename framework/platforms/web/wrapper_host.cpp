@@ -6,6 +6,8 @@
 //   reloaded or put in the background) the application's save runs at once, from the page's own
 //   event, and is copied to IndexedDB.
 // - Links open in a new tab.
+// - The page fits the canvas to the window (dist/web/page.js) and asks for a new drawing size
+//   when the window changes shape; the next tick opens a video mode of that size.
 // - A canvas resized or a WebGL context restored has lost its picture: the next frame is drawn.
 // - A mouse press on the canvas holds the pointer until its release, as a window does on the
 //   desktop.
@@ -27,6 +29,7 @@ constexpr const char *WRAPPER_WEB_FOLDER = "/.kobaltine";  // under HOME: the pe
 constexpr double WRAPPER_WEB_SYNC_WAIT = 10.0;             // seconds start-up waits for IndexedDB
 
 static bool mounted = false;  // the per-user folder is kept in IndexedDB
+static int fit_serial = 0;    // the page's last request for a drawing size that was taken
 
 //----------------------------------------------------------------------------------
 // The page's side
@@ -145,6 +148,12 @@ EM_JS(void, web_show_ended, (), {
     (document.getElementById("frame") || document.body).appendChild(note);
 });
 
+// The page's request for a drawing size, Module.lumFit = {serial, w, h}: a new serial for each
+// request (at start, and whenever the window changes shape)
+EM_JS(int, web_fit_serial, (), { return Module.lumFit ? Module.lumFit.serial | 0 : 0; });
+EM_JS(int, web_fit_w, (), { return Module.lumFit ? Module.lumFit.w | 0 : 0; });
+EM_JS(int, web_fit_h, (), { return Module.lumFit ? Module.lumFit.h | 0 : 0; });
+
 EM_JS(void, web_open_tab, (const char *url), {
     window.open(UTF8ToString(url), "_blank", "noopener");
 });
@@ -233,10 +242,22 @@ void wrapper_host_window_opened()
 {
 }
 
-// The page's own events save at once, so nothing waits for the next tick
+// The page's own events save at once, so nothing waits for the next tick; a new size the page
+// asks for is taken once
 int wrapper_host_poll()
 {
-    return WRAPPER_HOST_NOTHING;
+    const int serial = web_fit_serial();
+    if (serial == fit_serial)
+        return WRAPPER_HOST_NOTHING;
+    fit_serial = serial;
+    return WRAPPER_HOST_RESIZE;
+}
+
+bool wrapper_host_size(int *w, int *h)
+{
+    *w = web_fit_w();
+    *h = web_fit_h();
+    return *w > 0 && *h > 0;
 }
 
 // A frame the loop finds equal to the one shown is not drawn, and the canvas keeps showing the
