@@ -41,6 +41,7 @@ constexpr int GREY_SPREAD = 24;      // a label's pixel: its components this clo
 constexpr double WAIT_SECONDS = 60.0;
 // The files the service worker keeps
 constexpr int KEPT_FILES = 9;
+constexpr int HELD_READBACKS = 10;  // read-backs of the canvas while a finger is held
 
 //----------------------------------------------------------------------------------
 // Helpers
@@ -409,6 +410,38 @@ TEST_F(LumlifePhone, AQuickTapOnStepStillSteps)
     const RECORD_GRID g = record_life_next(prepared_grid(), rec);
     ASSERT_TRUE(see_grid(g, "one generation on"));
     EXPECT_TRUE(saved_is(rec, g, 3));
+    EXPECT_TRUE(no_exception());
+}
+
+// A finger held on the grid paints on after the canvas has been read back many times: each
+// read-back passes the window through another size for a moment, which must lay nothing out anew
+// (a new layout would end the stroke)
+TEST_F(LumlifePhone, AFingerHeldWhileTheCanvasIsReadBackPaintsOn)
+{
+    SETTINGS_RECORD rec = record_prepared(prepared_grid(), {{RECORD_SHOW_STEPS, 0}});
+    ASSERT_TRUE(start_with(rec));
+    RECORD_GRID g = prepared_grid();
+    int x, y, cx, cy;
+    layout_cell_centre(view, 10, 20, x, y);
+    ASSERT_TRUE(touch("start", x, y));
+    ASSERT_TRUE(ticked());
+    layout_touched_cell(view, x, y, cx, cy);
+    g[static_cast<size_t>(cx)][static_cast<size_t>(cy)] = 1;
+    ASSERT_TRUE(see_grid(g, "the held cell"));
+    const size_t held_from = driver.lines.size();
+    BROWSER_PIXELS shown;
+    for (int i = 0; i < HELD_READBACKS; i++)
+        ASSERT_TRUE(pixels(shown));
+    layout_cell_centre(view, 11, 20, x, y);
+    ASSERT_TRUE(touch("move", x, y));
+    ASSERT_TRUE(ticked());
+    layout_touched_cell(view, x, y, cx, cy);
+    g[static_cast<size_t>(cx)][static_cast<size_t>(cy)] = 1;
+    ASSERT_TRUE(see_grid(g, "the stroke after " + std::to_string(HELD_READBACKS) + " read-backs"));
+    ASSERT_TRUE(touch("end", x, y));
+    ASSERT_TRUE(ticked());
+    for (size_t i = held_from; i < driver.lines.size(); i++)
+        EXPECT_EQ(driver.lines[i].find("Set graphics"), std::string::npos) << "a passing size was laid out: " << driver.lines[i];
     EXPECT_TRUE(no_exception());
 }
 

@@ -5,7 +5,9 @@
 //   start and whenever the window changes shape (a rotation). The drawing size follows the
 //   screen's pixels (devicePixelRatio) up to the toy's own size at start, 960 x 640 (turned in
 //   portrait), and is never below its smallest, 480 x 320: the toy's layout then keeps its scale
-//   whole. The toy takes the request (Module.lumFit) at its next tick.
+//   whole. The toy takes the request (Module.lumFit) at its next tick; a window's new size is
+//   asked for once it has held a moment, so a size the window passes through (a rotation's
+//   animation, a browser laying the page out for a screenshot) lays nothing out anew.
 // - Touch: one finger is the mouse: a tap is a click (however short, its release reaches the toy
 //   at a later tick than its press), a drag a stroke; other fingers are ignored; the page neither
 //   scrolls, zooms, selects nor shows a menu over the canvas.
@@ -21,6 +23,7 @@
   var LEAST_LONG = 480, LEAST_SHORT = 320;  // its smallest: the layout's scale 1
   var BAR = 40;                             // the bar's thickness in CSS pixels
   var WIDE_BAR = 560;                       // a top bar this wide shows its buttons without a menu
+  var FIT_SETTLE_MS = 150;                  // a resized window's drawing size is asked for after this
   var TAP_MS = 60;                          // a tap's release comes at least this long after its press
   var TAP_LOOK_MS = 8;                      // and after the toy has taken the press: looked at this often
   var NOTE_MS = 8000;                       // a note shows this long
@@ -39,6 +42,7 @@
   // Fit
   //--------------------------------------------------------------------------------
   var fitSerial = 0;
+  var fitTimer = null;
 
   // The canvas shown at the largest size of its drawing size's shape in the frame, crisp when
   // the screen has more pixels than the drawing
@@ -53,22 +57,37 @@
     canvas.classList.toggle("pixelated", cw * (window.devicePixelRatio || 1) >= canvas.width);
   }
 
-  // The bar's place and the toy's drawing size for the window's shape
-  function fit() {
+  // The bar's place for the window's shape
+  function place() {
     var w = window.innerWidth, h = window.innerHeight;
     var tall = h >= w;
     page.classList.toggle("side", !tall);
     bar.classList.toggle("wide", tall && w >= WIDE_BAR);
+    fitShown();
+  }
+
+  // The toy's drawing size for the window's shape and pixels, asked of the toy
+  function fit() {
+    fitTimer = null;
+    place();
+    var w = window.innerWidth, h = window.innerHeight;
+    var tall = h >= w;
     var room = tall ? Math.min(w / OWN_SHORT, Math.max(h - BAR, 1) / OWN_LONG)
                     : Math.min(Math.max(w - BAR, 1) / OWN_LONG, h / OWN_SHORT);
     var scale = Math.min(Math.max(room * (window.devicePixelRatio || 1), LEAST_LONG / OWN_LONG), 1);
     var long = Math.round(OWN_LONG * scale), short = Math.round(long * OWN_SHORT / OWN_LONG);
     Module.lumFit = {serial: ++fitSerial, w: tall ? short : long, h: tall ? long : short};
-    fitShown();
   }
 
-  window.addEventListener("resize", fit);
-  window.addEventListener("orientationchange", fit);
+  // A resize: the page follows at once, the toy once the size has held
+  function fitSoon() {
+    place();
+    clearTimeout(fitTimer);
+    fitTimer = setTimeout(fit, FIT_SETTLE_MS);
+  }
+
+  window.addEventListener("resize", fitSoon);
+  window.addEventListener("orientationchange", fitSoon);
   // The toy sets the drawing size (its start, a new layout, F1): the shown size follows
   new MutationObserver(fitShown).observe(canvas, {attributes: true, attributeFilter: ["width", "height"]});
 
