@@ -413,9 +413,9 @@ TEST_F(LumlifePhone, AQuickTapOnStepStillSteps)
     EXPECT_TRUE(no_exception());
 }
 
-// A finger held on the grid paints on after the canvas has been read back many times: each
-// read-back passes the window through another size for a moment, which must lay nothing out anew
-// (a new layout would end the stroke)
+// A finger held on the grid paints on after the canvas has been read back many times from
+// pictures of the whole page: each passes the window through another size for a moment, which
+// must lay nothing out anew (a new layout would end the stroke)
 TEST_F(LumlifePhone, AFingerHeldWhileTheCanvasIsReadBackPaintsOn)
 {
     SETTINGS_RECORD rec = record_prepared(prepared_grid(), {{RECORD_SHOW_STEPS, 0}});
@@ -431,7 +431,7 @@ TEST_F(LumlifePhone, AFingerHeldWhileTheCanvasIsReadBackPaintsOn)
     const size_t held_from = driver.lines.size();
     BROWSER_PIXELS shown;
     for (int i = 0; i < HELD_READBACKS; i++)
-        ASSERT_TRUE(pixels(shown));
+        ASSERT_TRUE(pixels(shown, true));
     layout_cell_centre(view, 11, 20, x, y);
     ASSERT_TRUE(touch("move", x, y));
     ASSERT_TRUE(ticked());

@@ -341,11 +341,11 @@ std::string BrowserTest::transcript() const
     return release(s.x, s.y);
 }
 
-::testing::AssertionResult BrowserTest::pixels(BROWSER_PIXELS &out)
+::testing::AssertionResult BrowserTest::pixels(BROWSER_PIXELS &out, bool whole_page)
 {
     const std::string path = scratch + "/canvas.rgb";
     std::string size;
-    if (auto r = command("pixels " + path, &size); !r)
+    if (auto r = command("pixels " + path + (whole_page ? " page" : ""), &size); !r)
         return r;
     std::istringstream(size) >> out.w >> out.h;
     std::ifstream in(path, std::ios::binary);

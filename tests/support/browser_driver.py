@@ -15,8 +15,11 @@ the test's own with an empty page, and then takes commands, one per line, from a
                              its result as JSON
     ID server stop           stop serving the folder (the network gone)
     ID key TYPE KEY          a key event (down, up) for a DOM key name: Escape, F1, ...
-    ID pixels PATH           the canvas as shown, as raw RGB rows (top first) in PATH, one for
-                             each of the canvas's own pixels (its middle as shown): "W H"
+    ID pixels PATH [page]    the canvas as shown, as raw RGB rows (top first) in PATH, one for
+                             each of the canvas's own pixels (its middle as shown): "W H". Read
+                             from the window as it is; with "page", from a picture of the whole
+                             page, for which Chromium lays the page out anew at another size
+                             for a moment (a resize the page sees, as a person's might be)
     ID reload                reload the page (its IndexedDB stays)
     ID script JS             run JS before the scripts of every page opened from now on
     ID quit                  end Chromium and the driver
@@ -323,13 +326,16 @@ def run(tools, command, rest):
                    nativeVirtualKeyCode=code)
         return "done"
     if command == "pixels":
+        path, _, whole = rest.partition(" ")
+        if whole not in ("", "page"):
+            raise RuntimeError("unknown pixels option " + whole)
         left, top, width, height, w, h = canvas_place(tools)
-        shot = tools.call("Page.captureScreenshot", format="png", captureBeyondViewport=True,
+        shot = tools.call("Page.captureScreenshot", format="png", captureBeyondViewport=whole == "page",
                           clip={"x": left, "y": top, "width": width, "height": height, "scale": 1})
         shot_w, shot_h, rgb = png_rgb(base64.b64decode(shot["data"]))
         if (shot_w, shot_h) != (w, h):
             rgb = resample(shot_w, shot_h, rgb, w, h)
-        with open(rest, "wb") as out:
+        with open(path, "wb") as out:
             out.write(rgb)
         return "%d %d" % (w, h)
     if command == "goto":
