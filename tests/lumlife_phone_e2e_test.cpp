@@ -12,6 +12,7 @@
 
 #include <chrono>
 #include <cstdlib>
+#include <filesystem>
 #include <fstream>
 #include <iostream>
 #include <random>
@@ -664,6 +665,53 @@ TEST_F(LumlifePhone, PasteOpenAndCopyRleCarryPatterns)
     ASSERT_TRUE(see_grid(filed, "the copied grid pasted back"));
     EXPECT_TRUE(saved_is(rec, filed, 0));
     EXPECT_TRUE(page_still());
+    EXPECT_TRUE(no_exception());
+}
+
+// Download saves the grid as an .rle file named after the moment; that file, opened through the
+// file picker after CLR, brings the same grid back
+TEST_F(LumlifePhone, DownloadSavesTheGridAsAnRleFileThatOpensToTheSameGrid)
+{
+    const RECORD_GRID g = random_grid(11);
+    SETTINGS_RECORD rec = record_prepared(g, {{RECORD_SHOW_STEPS, 0}});
+    ASSERT_TRUE(start_with(rec));
+    const std::string folder = scratch + "/downloads";
+    ASSERT_EQ(mkdir(folder.c_str(), 0700), 0);
+    ASSERT_TRUE(command("call Browser.setDownloadBehavior {\"behavior\": \"allow\", \"downloadPath\": \"" + folder +
+                        "\", \"eventsEnabled\": false}"));
+    ASSERT_TRUE(tap_element("menu"));
+    ASSERT_TRUE(wait_for("getComputedStyle(document.getElementById('download')).display !== 'none'", "true"));
+    ASSERT_TRUE(tap_element("download"));
+
+    // The file, once whole (Chromium writes it under another name and renames it)
+    std::string saved;
+    const auto deadline = std::chrono::steady_clock::now() + std::chrono::seconds(static_cast<int>(WAIT_SECONDS));
+    while (saved.empty() && std::chrono::steady_clock::now() < deadline) {
+        for (const auto &entry : std::filesystem::directory_iterator(folder))
+            if (entry.path().extension() == ".rle")
+                saved = entry.path().string();
+        std::this_thread::sleep_for(std::chrono::milliseconds(100));
+    }
+    ASSERT_FALSE(saved.empty()) << "no .rle file in " << folder;
+    EXPECT_TRUE(std::regex_match(std::filesystem::path(saved).filename().string(),
+                                 std::regex(R"(Lum Life [0-9]{4}-[0-9]{2}-[0-9]{2} [0-9]{2}-[0-9]{2}-[0-9]{2}\.rle)")))
+        << saved;
+    std::ifstream in(saved);
+    const std::string text((std::istreambuf_iterator<char>(in)), std::istreambuf_iterator<char>());
+    EXPECT_NE(text.find("x = 48, y = 30, rule = B3/S23:T48,30\n"), std::string::npos) << text;
+
+    const LAYOUT_SPOT clear = layout_control(view, LAYOUT_CLEAR);
+    ASSERT_TRUE(tap(clear.x, clear.y));
+    ASSERT_TRUE(see_grid(RECORD_GRID{}, "the cleared grid"));
+    std::string json;
+    ASSERT_TRUE(command("call DOM.getDocument {}", &json));
+    std::smatch m;
+    ASSERT_TRUE(std::regex_search(json, m, std::regex("\"nodeId\": ([0-9]+)")));
+    ASSERT_TRUE(command("call DOM.querySelector {\"nodeId\": " + m[1].str() + ", \"selector\": \"#file\"}", &json));
+    ASSERT_TRUE(std::regex_search(json, m, std::regex("\"nodeId\": ([0-9]+)")));
+    ASSERT_TRUE(command("call DOM.setFileInputFiles {\"nodeId\": " + m[1].str() + ", \"files\": [\"" + saved + "\"]}"));
+    ASSERT_TRUE(toy_logged("page: opened the pattern from 'Lum Life .*\\.rle' \\(RLE, 48 x 30 at 0,0\\)"));
+    ASSERT_TRUE(see_grid(g, "the downloaded grid opened again"));
     EXPECT_TRUE(no_exception());
 }
 
