@@ -70,14 +70,9 @@ static bool shows_grid(const BROWSER_PIXELS &p, const LAYOUT_VIEW &view, const R
     return true;
 }
 
-// A glider, a blinker and a block, away from the edges
 static RECORD_GRID prepared_grid()
 {
-    RECORD_GRID g{};
-    for (auto [c, r] : {std::pair{3, 2}, {4, 3}, {2, 4}, {3, 4}, {4, 4}, {20, 10}, {21, 10}, {22, 10}, {40, 20},
-                        {41, 20}, {40, 21}, {41, 21}})
-        g[static_cast<size_t>(c)][static_cast<size_t>(r)] = 1;
-    return g;
+    return record_glider_blinker_block();
 }
 
 // Every cell at random, one in three alive
@@ -289,12 +284,21 @@ protected:
                     " return 1; })()");
     }
 
-    ::testing::AssertionResult no_exception()
+    // `path` chosen in the page's file picker (its hidden file input), as a person would choose it
+    ::testing::AssertionResult choose_file(const std::string &path)
     {
-        for (const std::string &line : driver.lines)
-            if (line.rfind("console EXCEPTION", 0) == 0)
-                return ::testing::AssertionFailure() << line;
-        return ::testing::AssertionSuccess();
+        std::string json;
+        if (auto r = command("call DOM.getDocument {}", &json); !r)
+            return r;
+        const std::regex node("\"nodeId\": ([0-9]+)");
+        std::smatch m;
+        if (!std::regex_search(json, m, node))
+            return ::testing::AssertionFailure() << "no document node: " << json;
+        if (auto r = command("call DOM.querySelector {\"nodeId\": " + m[1].str() + ", \"selector\": \"#file\"}", &json); !r)
+            return r;
+        if (!std::regex_search(json, m, node))
+            return ::testing::AssertionFailure() << "no file input: " << json;
+        return command("call DOM.setFileInputFiles {\"nodeId\": " + m[1].str() + ", \"files\": [\"" + path + "\"]}");
     }
 };
 
@@ -632,13 +636,7 @@ TEST_F(LumlifePhone, PasteOpenAndCopyRleCarryPatterns)
         std::ofstream file(path);
         file << "#N soup\n" << grid_rle(filed, "B3/S23:T48,30");
     }
-    std::string json;
-    ASSERT_TRUE(command("call DOM.getDocument {}", &json));
-    std::smatch m;
-    ASSERT_TRUE(std::regex_search(json, m, std::regex("\"nodeId\": ([0-9]+)")));
-    ASSERT_TRUE(command("call DOM.querySelector {\"nodeId\": " + m[1].str() + ", \"selector\": \"#file\"}", &json));
-    ASSERT_TRUE(std::regex_search(json, m, std::regex("\"nodeId\": ([0-9]+)")));
-    ASSERT_TRUE(command("call DOM.setFileInputFiles {\"nodeId\": " + m[1].str() + ", \"files\": [\"" + path + "\"]}"));
+    ASSERT_TRUE(choose_file(path));
     ASSERT_TRUE(toy_logged("page: opened the pattern from 'soup\\.rle' \\(RLE: soup, 48 x 30 at 0,0\\)"));
     ASSERT_TRUE(see_grid(filed, "the opened file's grid"));
 
@@ -703,13 +701,7 @@ TEST_F(LumlifePhone, DownloadSavesTheGridAsAnRleFileThatOpensToTheSameGrid)
     const LAYOUT_SPOT clear = layout_control(view, LAYOUT_CLEAR);
     ASSERT_TRUE(tap(clear.x, clear.y));
     ASSERT_TRUE(see_grid(RECORD_GRID{}, "the cleared grid"));
-    std::string json;
-    ASSERT_TRUE(command("call DOM.getDocument {}", &json));
-    std::smatch m;
-    ASSERT_TRUE(std::regex_search(json, m, std::regex("\"nodeId\": ([0-9]+)")));
-    ASSERT_TRUE(command("call DOM.querySelector {\"nodeId\": " + m[1].str() + ", \"selector\": \"#file\"}", &json));
-    ASSERT_TRUE(std::regex_search(json, m, std::regex("\"nodeId\": ([0-9]+)")));
-    ASSERT_TRUE(command("call DOM.setFileInputFiles {\"nodeId\": " + m[1].str() + ", \"files\": [\"" + saved + "\"]}"));
+    ASSERT_TRUE(choose_file(saved));
     ASSERT_TRUE(toy_logged("page: opened the pattern from 'Lum Life .*\\.rle' \\(RLE, 48 x 30 at 0,0\\)"));
     ASSERT_TRUE(see_grid(g, "the downloaded grid opened again"));
     EXPECT_TRUE(no_exception());

@@ -65,14 +65,9 @@ static bool shows_grid(const BROWSER_PIXELS &p, const LAYOUT_VIEW &view, const R
     return true;
 }
 
-// A glider, a blinker and a block, away from the edges
 static RECORD_GRID prepared_grid()
 {
-    RECORD_GRID g{};
-    for (auto [c, r] : {std::pair{3, 2}, {4, 3}, {2, 4}, {3, 4}, {4, 4}, {20, 10}, {21, 10}, {22, 10}, {40, 20},
-                        {41, 20}, {40, 21}, {41, 21}})
-        g[c][r] = 1;
-    return g;
+    return record_glider_blinker_block();
 }
 
 static bool near(double hz, double want)
@@ -190,14 +185,6 @@ protected:
         return ::testing::AssertionSuccess();
     }
 
-    // No uncaught exception in the page so far
-    ::testing::AssertionResult no_exception()
-    {
-        for (const std::string &line : driver.lines)
-            if (line.rfind("console EXCEPTION", 0) == 0)
-                return ::testing::AssertionFailure() << line;
-        return ::testing::AssertionSuccess();
-    }
 };
 
 //----------------------------------------------------------------------------------

@@ -224,6 +224,14 @@ std::string BrowserTest::transcript() const
     return process_transcript(driver);
 }
 
+::testing::AssertionResult BrowserTest::no_exception()
+{
+    for (const std::string &line : driver.lines)
+        if (line.rfind("console EXCEPTION", 0) == 0)
+            return ::testing::AssertionFailure() << line;
+    return ::testing::AssertionSuccess();
+}
+
 //----------------------------------------------------------------------------------
 // [SECTION] Fixture: the page and its storage
 //----------------------------------------------------------------------------------

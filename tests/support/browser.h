@@ -80,6 +80,8 @@ protected:
     ::testing::AssertionResult logged(const std::regex &pattern, int *at = nullptr);
     // Wait for a line of the toy's log whose message is `message` entirely (a regular expression)
     ::testing::AssertionResult toy_logged(const std::string &message, int *at = nullptr);
+    // No uncaught exception in the page so far
+    ::testing::AssertionResult no_exception();
     // Every console line so far, numbered, for failure messages
     std::string transcript() const;
 

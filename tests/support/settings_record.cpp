@@ -5,6 +5,7 @@
 #include <filesystem>
 #include <fstream>
 #include <iterator>
+#include <utility>
 
 //----------------------------------------------------------------------------------
 // Constants
@@ -78,6 +79,15 @@ RECORD_GRID record_grid(const SETTINGS_RECORD &r)
     for (int x = 0; x < RECORD_COLS; x++)
         for (int y = 0; y < RECORD_ROWS; y++)
             g[x][y] = record_cell(r, x, y) != 0;
+    return g;
+}
+
+RECORD_GRID record_glider_blinker_block()
+{
+    RECORD_GRID g{};
+    for (auto [c, r] : {std::pair{3, 2}, {4, 3}, {2, 4}, {3, 4}, {4, 4}, {20, 10}, {21, 10}, {22, 10}, {40, 20},
+                        {41, 20}, {40, 21}, {41, 21}})
+        g[static_cast<size_t>(c)][static_cast<size_t>(r)] = 1;
     return g;
 }
 

@@ -73,6 +73,9 @@ uint8_t record_cell(const SETTINGS_RECORD &r, int x, int y);
 void record_set_cell(SETTINGS_RECORD &r, int x, int y, uint8_t value);
 RECORD_GRID record_grid(const SETTINGS_RECORD &r);
 void record_set_grid(SETTINGS_RECORD &r, const RECORD_GRID &grid);
+// A glider, a blinker and a block, away from the edges: a grid that changes, and shows that it
+// did, in every generation
+RECORD_GRID record_glider_blinker_block();
 
 // One generation of `g` under the record's rule and border (0 wrap, 1 dead, 2 live), cell by
 // cell: a neighbour outside the grid counts once, as dead or live, unless the grid wraps
