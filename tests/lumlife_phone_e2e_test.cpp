@@ -636,7 +636,13 @@ TEST_F(LumlifePhone, PasteOpenAndCopyRleCarryPatterns)
         std::ofstream file(path);
         file << "#N soup\n" << grid_rle(filed, "B3/S23:T48,30");
     }
-    ASSERT_TRUE(choose_file(path));
+    std::string json;
+    ASSERT_TRUE(command("call DOM.getDocument {}", &json));
+    std::smatch m;
+    ASSERT_TRUE(std::regex_search(json, m, std::regex("\"nodeId\": ([0-9]+)")));
+    ASSERT_TRUE(command("call DOM.querySelector {\"nodeId\": " + m[1].str() + ", \"selector\": \"#file\"}", &json));
+    ASSERT_TRUE(std::regex_search(json, m, std::regex("\"nodeId\": ([0-9]+)")));
+    ASSERT_TRUE(command("call DOM.setFileInputFiles {\"nodeId\": " + m[1].str() + ", \"files\": [\"" + path + "\"]}"));
     ASSERT_TRUE(toy_logged("page: opened the pattern from 'soup\\.rle' \\(RLE: soup, 48 x 30 at 0,0\\)"));
     ASSERT_TRUE(see_grid(filed, "the opened file's grid"));
 
