@@ -436,7 +436,7 @@ TEST_F(LumlifePhone, AFingerHeldWhileTheCanvasIsReadBackPaintsOn)
     const size_t held_from = driver.lines.size();
     BROWSER_PIXELS shown;
     for (int i = 0; i < HELD_READBACKS; i++)
-        ASSERT_TRUE(pixels(shown, true));
+        ASSERT_TRUE(pixels(shown));
     layout_cell_centre(view, 11, 20, x, y);
     ASSERT_TRUE(touch("move", x, y));
     ASSERT_TRUE(ticked());

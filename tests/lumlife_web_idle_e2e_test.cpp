@@ -214,7 +214,7 @@ TEST_F(LumlifeWebIdle, AStrokeLastsWhileTheIdlePageIsReadBack)
     ASSERT_TRUE(see_live(20, 15));
     BROWSER_PIXELS shown;
     for (int i = 0; i < HELD_READBACKS; i++)
-        ASSERT_TRUE(pixels(shown, true));
+        ASSERT_TRUE(pixels(shown));
     layout_cell_centre(view, 21, 15, x, y);
     ASSERT_TRUE(mouse("move", x, y));
     ASSERT_TRUE(see_live(21, 15)) << "the stroke went on after " << HELD_READBACKS << " read-backs";

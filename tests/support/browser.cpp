@@ -370,7 +370,7 @@ std::string BrowserTest::transcript() const
     Clock::time_point deadline = deadline_after(BROWSER_WAIT_SECONDS);
     BROWSER_PIXELS shown;
     for (;;) {
-        if (auto r = pixels(shown); !r)
+        if (auto r = pixels(shown, false); !r)
             return r;
         if (wanted(shown))
             return ::testing::AssertionSuccess();

@@ -107,9 +107,10 @@ protected:
     ::testing::AssertionResult release(double x, double y);
     ::testing::AssertionResult click(const LAYOUT_SPOT &s);
 
-    // The canvas as shown now; `whole_page` reads it from a picture of the whole page, for which
-    // the browser lays the page out anew at another size for a moment
-    ::testing::AssertionResult pixels(BROWSER_PIXELS &out, bool whole_page = false);
-    // Read the canvas until `wanted` holds for it, or BROWSER_WAIT_SECONDS pass
+    // The canvas as shown now, from a picture of the whole page (for which the browser lays the
+    // page out anew at another size for a moment), or with `whole_page` false from the window as
+    // it is
+    ::testing::AssertionResult pixels(BROWSER_PIXELS &out, bool whole_page = true);
+    // Read the canvas from the window until `wanted` holds for it, or BROWSER_WAIT_SECONDS pass
     ::testing::AssertionResult see(const std::function<bool(const BROWSER_PIXELS &)> &wanted, const std::string &what);
 };
